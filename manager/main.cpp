@@ -1,1 +1,3 @@
-int main() { return 0; }
+#include "manager/Floatdeck.h"
+
+int main(int argc, char** argv) { Floatdeck_Main(argc, argv); }

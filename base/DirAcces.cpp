@@ -1,0 +1,277 @@
+#include "base/DirAcces.h"
+
+#include <unistd.h>
+#include <sys/utsname.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "base/Argument.h"
+#include "base/Messages.h"
+#include "base/Processe.h"
+#include "base/SPrintf.h"
+#include "base/BConvert.h"
+
+std::uint8_t DirAcces_dirError = 0;
+char DirAcces_effName[kTextCap] = "";
+
+namespace {
+
+char section[kSectionCap] = "DirAcces";
+
+std::string EnvValue(StrIn name) {
+  char value[kTextCap];
+  DirAcces_EnvVar(name, value);
+  return std::string(StrIn(value).View());
+}
+
+std::string FirstElement(const std::string& list) {
+  const std::size_t colon = list.find(':');
+  return colon == std::string::npos ? list : list.substr(0, colon);
+}
+
+bool Usable(const char* path, DirAcces_Mode mode) { return DirAcces_Access(StrIn::C(path), mode); }
+
+// Ends the process: the program can't work without knowing where it lives.
+[[noreturn]] void FatalEnvironment(const std::string& line) {
+  std::fprintf(stderr, "%s\n", line.c_str());
+  Processe_SetExitStatus(1);
+  Processe_Exit();
+  std::exit(1);  // only reached when already exiting
+}
+
+// The program's own path: argument 0, or the kernel's word for it when the
+// argument vector was never handed over.
+std::string ProgramPath() {
+  char arg0[kPathCap];
+  if (Argument_Seek(0, arg0) && arg0[0] != '\0') return arg0;
+  char buffer[PATH_MAX];
+  const ssize_t n = ::readlink("/proc/self/exe", buffer, sizeof buffer - 1);
+  return n > 0 ? std::string(buffer, static_cast<std::size_t>(n)) : std::string();
+}
+
+std::string SearchAlongPath(const std::string& program) {
+  std::string list = EnvValue("PATH");
+  std::size_t start = 0;
+  while (start <= list.size()) {
+    std::size_t colon = list.find(':', start);
+    if (colon == std::string::npos) colon = list.size();
+    const std::string dir = list.substr(start, colon - start);
+    const std::string candidate = (dir.empty() ? "." : dir) + "/" + program;
+    if (::access(candidate.c_str(), X_OK) == 0) return candidate;
+    start = colon + 1;
+  }
+  return {};
+}
+
+std::string ComputeDistLocation() {
+  // 1. An instance file is announced but deliberately not read.
+  const std::string instance =
+      EnvValue("TAVRIN_INSTANCE_HOME") + "/instance." + EnvValue("TAVRIN_INSTANCE");
+  if (::access(instance.c_str(), F_OK) == 0)
+    std::fprintf(stderr, "Warning: instance file available but ignored: %s\n", instance.c_str());
+
+  // 2. The program as given, else along PATH.
+  std::string program = ProgramPath();
+  if (program.empty() || ::access(program.c_str(), X_OK) != 0) {
+    const std::size_t slash = program.rfind('/');
+    program = SearchAlongPath(slash == std::string::npos ? program : program.substr(slash + 1));
+    if (program.empty()) FatalEnvironment("Cant't find program along $PATH. Aborting");
+  }
+
+  // 3. Its directory, absolute; a "PSimage" directory counts one level up.
+  std::string dir = program.substr(0, program.rfind('/') == std::string::npos ? 0 : program.rfind('/'));
+  if (dir.empty()) dir = program.find('/') == 0 ? "/" : ".";
+  char real[PATH_MAX];
+  if (::realpath(dir.c_str(), real) != nullptr) dir = real;
+  if (dir.size() >= 8 && dir.compare(dir.size() - 8, 8, "/PSimage") == 0) dir.resize(dir.size() - 8);
+  const std::string path = EnvValue("PATH");
+  if (("." + std::string(":") + path + ":").find(":" + dir + ":") == std::string::npos)
+    DirAcces_PutEnvVar("PATH", path.empty() ? dir : path + ":" + dir);
+
+  // 4. The parent is the distribution; a build tree finds the installed library.
+  std::string dist = dir.substr(0, dir.rfind('/'));
+  if (dist.empty()) dist = "/";
+  const std::size_t build = dist.find("/marlbuild/");
+  if (build != std::string::npos) {
+    const std::string installed = dist.substr(0, build) + "/marllib";
+    if (::access(installed.c_str(), F_OK) == 0) dist = installed;
+  }
+
+  // 5. Published for the tools the program starts.
+  DirAcces_PutEnvVar("TAVRIN_DISTRIBUTION", dist);
+  return dist;
+}
+
+// The computed default of `name`, or nullopt-like empty flag when it has none.
+bool ComputeDefault(const std::string& name, std::string& value) {
+  if (name == "TV_PROJECTS") {
+    value = Usable("/projects", DirAcces_Mode::Execute) ? "/projects" : "/opt/tavrin/projects";
+  } else if (name == "TV_CUSTOMER") {
+    value = Usable("/etc/opt/tavrin", DirAcces_Mode::Write)        ? "/etc/opt/tavrin"
+            : Usable("/opt/tavrin/customer", DirAcces_Mode::Write) ? "/opt/tavrin/customer"
+                                                                   : "/customer";
+  } else if (name == "TV_NODE") {
+    value = EnvValue("TV_CUSTOMER");
+  } else if (name == "MARLENV") {
+    value = EnvValue("TV_CUSTOMER") + ":" + EnvValue("MARLLIB") + "/env";
+  } else if (name == "MARLLIB") {
+    value = ComputeDistLocation();
+  } else if (name == "MARLDAT") {
+    value = Usable("/opt/tavrin/var", DirAcces_Mode::Write)   ? "/opt/tavrin/var"
+            : Usable("/var/opt/tavrin", DirAcces_Mode::Write) ? "/var/opt/tavrin"
+                                                              : EnvValue("MARLLIB") + "/dat";
+  } else if (name == "TMP") {
+    const std::string tmp = FirstElement(EnvValue("TV_PROJECTS")) + "/tmp";
+    value = Usable(tmp.c_str(), DirAcces_Mode::Execute) ? tmp : "/tmp";
+  } else if (name == "TAVRIN_INSTANCE_HOME") {
+    value = "/etc/opt/tavrin";
+  } else if (name == "TAVRIN_INSTANCE") {
+    value = "default";
+  } else if (name == "ZTSC") {
+    value = EnvValue("MARLLIB") + "/postscript";
+  } else if (name == "HOST") {
+    char node[kNameCap];
+    DirAcces_GetNodeName(node);
+    value = node;
+  } else if (name == "ICONS") {
+    value = FirstElement(EnvValue("TV_PROJECTS")) + "/icons:" + EnvValue("MARLLIB") + "/icons";
+  } else {
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void DirAcces_Init() {
+  static bool done = false;
+  if (done) return;
+  done = true;
+  Messages_Init();
+}
+
+bool DirAcces_EnvVar(StrIn name, StrOut value) {
+  const std::string key(name.View());
+  std::string result;
+  if (const char* set = std::getenv(key.c_str()); set != nullptr) {
+    result = set;
+  } else if (ComputeDefault(key, result)) {
+    DirAcces_PutEnvVar(name, result);
+  }
+  if (key == "MARLDAT" && !Usable(FirstElement(result).c_str(), DirAcces_Mode::Write))
+    FatalEnvironment("*** Fatal: Can't write to directory $MARLDAT==" + result);
+  Strings_Assign(result, value);
+  return !result.empty();
+}
+
+void DirAcces_PutEnvVar(StrIn name, StrIn value) {
+  ::setenv(name.Str().c_str(), value.Str().c_str(), 1);
+}
+
+void DirAcces_GetSpecialPath(int number, StrOut list) {
+  static constexpr const char* kNames[] = {"TV_PROJECTS", "TV_CUSTOMER", "TV_NODE", "MARLENV",
+                                           "MARLLIB",     "MARLDAT",     "TMP"};
+  if (number < 0 || number > 6) {
+    Strings_Assign("/", list);
+    return;
+  }
+  DirAcces_EnvVar(StrIn::C(kNames[number]), list);
+}
+
+void DirAcces_IncludeSpecialPath(int number, StrIn name, StrOut path) {
+  char list[kTextCap], first[kPathCap];
+  DirAcces_GetSpecialPath(number, list);
+  if (!DirAcces_GetPath(list, first)) Strings_Assign("/", first);
+  DirAcces_IncludePath(first, name, path);
+}
+
+bool DirAcces_GetPath(StrOut list, StrOut element) {
+  element.Clear();
+  const std::string text(StrIn(list).View());
+  if (text.empty()) return false;
+  const std::size_t colon = text.find(':');
+  Strings_Assign(text.substr(0, colon), element);
+  Strings_Assign(colon == std::string::npos ? std::string() : text.substr(colon + 1), list);
+  return true;
+}
+
+void DirAcces_IncludePath(StrIn head, StrIn tail, StrOut result) {
+  std::string h(head.View());
+  const std::string t(tail.View());
+  while (!h.empty() && h.back() == ' ') h.pop_back();
+  if (h.empty()) {
+    Strings_Assign(t, result);
+    return;
+  }
+  const bool headSlash = h.back() == '/';
+  const bool tailSlash = !t.empty() && t.front() == '/';
+  if (headSlash && tailSlash) h.pop_back();
+  else if (!headSlash && !tailSlash) h.push_back('/');
+  Strings_Assign(h + t, result);
+}
+
+bool DirAcces_Access(StrIn path, DirAcces_Mode mode) {
+  static constexpr int kModes[] = {R_OK, W_OK, X_OK, F_OK};
+  DirAcces_dirError = 0;
+  const std::string p(path.View());
+  return !p.empty() && ::access(p.c_str(), kModes[static_cast<int>(mode)]) == 0;
+}
+
+bool DirAcces_PathLookup(StrIn variable, StrIn name, DirAcces_Mode mode) {
+  DirAcces_dirError = 0;
+  if (DirAcces_Access(name, mode)) {
+    Strings_Assign(name, DirAcces_effName);
+    return true;
+  }
+  char list[kTextCap], element[kPathCap], candidate[kTextCap];
+  DirAcces_EnvVar(variable, list);
+  while (DirAcces_GetPath(list, element)) {
+    DirAcces_IncludePath(element, name, candidate);
+    if (element[0] != '\0' && DirAcces_Access(candidate, mode)) {
+      Strings_Assign(candidate, DirAcces_effName);
+      return true;
+    }
+  }
+  // messages: DirAcces 1
+  char reason[kTextCap];
+  Messages_GetMsg(section, 1, reason);
+  SPrintf_String(reason, variable);
+  SPrintf_String(reason, name);
+  Messages_SupplyAdditionalInfo(reason);
+  DirAcces_Error(7);
+  return false;
+}
+
+void DirAcces_GetMachineName(StrOut name) { DirAcces_EnvVar("HOST", name); }
+
+void DirAcces_GetNodeName(StrOut name) {
+  struct utsname info;
+  Strings_Assign(::uname(&info) == 0 ? StrIn::C(info.nodename) : StrIn("NONAME"), name);
+}
+
+void DirAcces_DetermineDistLocation(StrOut directory) { Strings_Assign(ComputeDistLocation(), directory); }
+
+std::uint8_t DirAcces_MapSystemError(int systemError) {
+  switch (systemError) {
+    case EPERM: case EACCES: case EROFS: return 6;
+    case ENOENT: return 1;
+    case ENXIO: case E2BIG: case EBADF: return 7;
+    case EEXIST: return 2;
+    case EXDEV: return 11;
+    case ENOTDIR: return 3;
+    default: return 9;
+  }
+}
+
+void DirAcces_Error(std::uint8_t code) {
+  // messages: DirAcces 1-4 6-9 11
+  DirAcces_dirError = code;
+  char reason[kNameCap] = "DirAcces.Error : code = ";
+  BConvert_CardToStr(reason, code, 0);
+  Messages_SupplyAdditionalInfo(reason);
+  Messages_Error(section, code);
+}

@@ -1,0 +1,149 @@
+#include "manager/Floatdeck.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "base/Argument.h"
+#include "base/BConvert.h"
+#include "base/Catalog.h"
+#include "base/DirAcces.h"
+#include "base/Messages.h"
+#include "base/Processe.h"
+#include "base/SPrintf.h"
+#include "base/StringOp.h"
+
+std::uint8_t Floatdeck_batchMode = Floatdeck_Interactive;
+char Floatdeck_wfName[kNameCap] = "";
+char Floatdeck_archiveDir[kPathCap] = "";
+char Floatdeck_masterInfo[kNameCap] = "";
+std::int32_t Floatdeck_startupUnit = -1;
+char Floatdeck_errMsg[kTextCap] = "";
+char Floatdeck_thisHost[kNameCap] = "";
+bool Floatdeck_privilegedUser = false;
+
+namespace {
+
+char section[kSectionCap] = "Floatdeck";
+
+constexpr unsigned kUsageFirst = 50;
+constexpr unsigned kUsageLast = 57;
+constexpr unsigned kModeNotAvailable = 90;
+// At most this much of an option is looked at.
+constexpr std::size_t kOptionChars = 255;
+
+// Starts every module, imports first; each initialiser runs once.
+void InitModules() {
+  Processe_Init();
+  Messages_Init();
+  Catalog_Init();
+  DirAcces_Init();
+}
+
+// Tells the operator that `option`'s mode is not part of this build and
+// leaves the exit status at failure.
+bool ModeNotAvailable(StrIn option) {
+  Messages_GetMessage(section, kModeNotAvailable);
+  SPrintf_String(Messages_message, option);
+  std::fprintf(stderr, "%s\n", Messages_message);
+  return false;
+}
+
+bool RunMode(std::uint8_t mode) {
+  switch (mode) {
+    case Floatdeck_Dump: return ModeNotAvailable("-i");
+    case Floatdeck_Pack: return ModeNotAvailable("-p");
+    case Floatdeck_Unpack: return ModeNotAvailable("-u");
+    case Floatdeck_Slave: return Floatdeck_SyncSlave(Floatdeck_masterInfo);
+    default: return ModeNotAvailable("-s");
+  }
+}
+
+}  // namespace
+
+void Floatdeck_Main(int argc, const char* const* argv) {
+  // 1. Modules, imports first.
+  Argument_Init(argc, argv);
+  InitModules();
+  // 2. The program's own catalog is searched first from now on.
+  Messages_UseMsgCat("FLOATDECKmsg");
+  // 3. This machine.
+  DirAcces_GetMachineName(Floatdeck_thisHost);
+  Floatdeck_privilegedUser = false;
+  // 4. Anything that does not explicitly succeed leaves with 1.
+  Processe_SetExitStatus(1);
+  // 5. The command line, then the one mode.
+  const bool accepted = Floatdeck_GetParams(Floatdeck_batchMode, Floatdeck_wfName,
+                                            Floatdeck_archiveDir, Floatdeck_masterInfo);
+  const bool needsName =
+      Floatdeck_batchMode != Floatdeck_Interactive && Floatdeck_batchMode != Floatdeck_Slave;
+  if (!accepted || (needsName && Floatdeck_wfName[0] == '\0')) {
+    Floatdeck_DisplayUsage();
+  } else if (RunMode(Floatdeck_batchMode)) {
+    Processe_SetExitStatus(0);
+  }
+  Processe_Exit();
+  std::exit(Processe_GetExitStatus());
+}
+
+bool Floatdeck_GetParams(std::uint8_t& mode, StrOut wfName, StrOut archiveDir, StrOut masterInfo) {
+  wfName.Clear();
+  archiveDir.Clear();
+  masterInfo.Clear();
+  Floatdeck_startupUnit = -1;
+  mode = Floatdeck_Interactive;
+  if (Argument_Number() == 0) return true;
+
+  char option[kOptionChars + 1];
+  while (Argument_Get(option)) {
+    if (option[0] != '-') {
+      Argument_Unget();
+      break;
+    }
+    // Only the first two characters count: "-print" is "-p".
+    const char letter = option[1];
+    if (letter == '?') return false;
+    switch (letter) {
+      case 'i': mode = Floatdeck_Dump; break;
+      case 'p': mode = Floatdeck_Pack; break;
+      case 's': mode = Floatdeck_Interactive; break;
+      case 'u': mode = Floatdeck_Unpack; break;
+      case 'U': {
+        char unit[kNameCap];
+        std::int32_t value = 0;
+        if (!Argument_Get(unit)) return false;
+        BConvert_StrToInt(unit, value);
+        if (!BConvert_done) return false;
+        Floatdeck_startupUnit = value;
+        break;
+      }
+      case 'S':
+        mode = Floatdeck_Slave;
+        if (!Argument_Get(masterInfo)) return false;
+        break;
+      default: return false;
+    }
+  }
+  if (Argument_Get(wfName) && mode == Floatdeck_Pack) Argument_Get(archiveDir);
+  return Argument_Number() == 0;
+}
+
+void Floatdeck_DisplayUsage() {
+  // messages: Floatdeck 50-57
+  for (unsigned number = kUsageFirst; number <= kUsageLast; ++number) {
+    Messages_GetMessage(section, number);
+    std::fprintf(stderr, "%s\n", Messages_message);
+  }
+}
+
+bool Floatdeck_SyncSlave(StrIn masterInfo) {
+  char rest[kNameCap], host[kNameCap];
+  std::int32_t port = 0;
+  Strings_Assign(masterInfo, rest);
+  StringOp_NextToken(rest, ':', host);
+  BConvert_StrToInt(rest, port);
+  if (!BConvert_done || host[0] == '\0') {
+    Floatdeck_DisplayUsage();
+    return false;
+  }
+  return ModeNotAvailable("-S");
+}

@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Builds the program and runs it on a sandbox installation below ./sandbox,
+# so nothing outside the project folder is touched.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/setup.sh
+scripts/build.sh build
+
+sandbox="$PWD/sandbox"
+mkdir -p "$sandbox/projects/workflow" "$sandbox/customer" "$sandbox/dat"
+export TV_PROJECTS="$sandbox/projects" TV_CUSTOMER="$sandbox/customer" MARLDAT="$sandbox/dat"
+unset MARLENV MARLLIB
+
+echo "== Sandbox installation: $sandbox"
+echo "== Floatdeck -?"
+build/bin/Floatdeck -? || true
+echo "== Floatdeck -i sample"
+build/bin/Floatdeck -i sample || echo "(exit status $?)"

@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Installs what is needed, builds, and runs every test twice: in the normal
+# build and in the sanitizer build (AddressSanitizer and UndefinedBehaviorSanitizer).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/setup.sh
+
+jobs=$(nproc)
+status=0
+
+scripts/build.sh build
+(cd build && ctest --output-on-failure -j "$jobs") || status=1
+
+scripts/build.sh build-asan -DFLOATDECK_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug
+(cd build-asan && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+  ctest --output-on-failure -j "$jobs") || status=1
+
+exit $status

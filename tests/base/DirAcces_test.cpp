@@ -1,0 +1,112 @@
+#include "base/DirAcces.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+
+#include "base/Argument.h"
+#include "base/Messages.h"
+#include "tests/support/TestFiles.h"
+
+namespace {
+
+std::string Join(const char* head, const char* tail) {
+  char result[kPathCap];
+  DirAcces_IncludePath(StrIn::C(head), StrIn::C(tail), result);
+  return result;
+}
+
+std::string Env(const char* name) {
+  char value[kTextCap];
+  DirAcces_EnvVar(StrIn::C(name), value);
+  return value;
+}
+
+}  // namespace
+
+TEST(DirAccesPaths, IncludePathPutsExactlyOneSlash) {
+  EXPECT_EQ(Join("a/", "/b"), "a/b");
+  EXPECT_EQ(Join("a ", "b"), "a/b");
+  EXPECT_EQ(Join("a/", "b"), "a/b");
+  EXPECT_EQ(Join("a", "/b"), "a/b");
+  EXPECT_EQ(Join("", "b"), "b");
+  EXPECT_EQ(Join("", "/b"), "/b");
+  EXPECT_EQ(Join("/", "b"), "/b");
+}
+
+TEST(DirAccesPaths, ListsAreTakenApartElementByElement) {
+  char list[kTextCap] = "/one::/three", element[kPathCap];
+  std::vector<std::string> seen;
+  while (DirAcces_GetPath(list, element)) seen.push_back(element);
+  EXPECT_EQ(seen, (std::vector<std::string>{"/one", "", "/three"}));
+  ::setenv("TV_PROJECTS", "/first:/second", 1);
+  DirAcces_IncludeSpecialPath(DirAcces_TV_PROJECTS, "workflow", element);
+  EXPECT_STREQ(element, "/first/workflow");
+  DirAcces_IncludeSpecialPath(42, "x", element);  // numbers above 6 stand for "/"
+  EXPECT_STREQ(element, "/x");
+}
+
+TEST(DirAccesEnvironment, ComputedDefaultsAreStoredForChildren) {
+  TempDir dist;
+  const std::string program = dist.Make("bin/prog");
+  ::mkdir((dist.Path() + "/dat").c_str(), 0777);
+  WriteBytes(program, {'#', '!', '\n'});
+  ::chmod(program.c_str(), 0755);
+  const char* argv[] = {program.c_str()};
+  Argument_Init(1, argv);
+  for (const char* name : {"MARLLIB", "MARLENV", "TV_CUSTOMER", "TV_NODE", "MARLDAT", "TAVRIN_DISTRIBUTION"})
+    ::unsetenv(name);
+
+  EXPECT_EQ(Env("MARLLIB"), dist.Path());
+  EXPECT_STREQ(::getenv("TAVRIN_DISTRIBUTION"), dist.Path().c_str());
+  const std::string customer = Env("TV_CUSTOMER");
+  EXPECT_TRUE(customer == "/etc/opt/tavrin" || customer == "/opt/tavrin/customer" || customer == "/customer");
+  EXPECT_EQ(Env("MARLENV"), customer + ":" + dist.Path() + "/env");
+  EXPECT_EQ(Env("TV_NODE"), customer);
+  EXPECT_STREQ(::getenv("MARLENV"), (customer + ":" + dist.Path() + "/env").c_str());
+  EXPECT_EQ(Env("NOT_A_SPECIAL_VARIABLE"), "");
+  EXPECT_EQ(::getenv("NOT_A_SPECIAL_VARIABLE"), nullptr);
+
+  ::setenv("MARLENV", "/set/by/user", 1);  // a set variable is taken as it stands
+  EXPECT_EQ(Env("MARLENV"), "/set/by/user");
+  for (const char* name : {"MARLLIB", "MARLENV", "TV_CUSTOMER", "TV_NODE"}) ::unsetenv(name);
+}
+
+TEST(DirAccesEnvironment, UnwritableMarldatEndsTheProcess) {
+  EXPECT_EXIT(
+      {
+        ::setenv("MARLDAT", "/nonexistent/dat:/tmp", 1);
+        char value[kTextCap];
+        DirAcces_EnvVar("MARLDAT", value);
+      },
+      ::testing::ExitedWithCode(1), "\\*\\*\\* Fatal: Can't write to directory \\$MARLDAT==/nonexistent/dat:/tmp");
+}
+
+TEST(DirAccesLookup, PathLookupSearchesTheListAndReportsFailure) {
+  TempDir a, b, site;
+  WriteBytes(b.Make("sub/file"), {'x'});
+  WriteCatalog(site.Make("eng/marlerr.srf"), {{"DirAcces", {{1, "not found along $%s: %s"}}}});
+  ::setenv("MARLENV", site.Path().c_str(), 1);
+  Messages_UseMsgCat("marlerr");
+  ::setenv("TEST_LIST", (a.Path() + ":" + b.Path()).c_str(), 1);
+  EXPECT_TRUE(DirAcces_PathLookup("TEST_LIST", "sub/file", DirAcces_Mode::Read));
+  EXPECT_EQ(std::string(DirAcces_effName), b.Path() + "/sub/file");
+
+  Messages_IgnoreErrors(true);
+  EXPECT_FALSE(DirAcces_PathLookup("TEST_LIST", "sub/none", DirAcces_Mode::Read));
+  Messages_IgnoreErrors(false);
+  EXPECT_EQ(DirAcces_dirError, 7);
+  char reason[kTextCap];
+  std::vector<std::string> reasons;
+  while (Messages_ErrorReason(reason)) reasons.push_back(reason);
+  ASSERT_EQ(reasons.size(), 3u);  // error, code, the lookup
+  EXPECT_EQ(reasons[1], "    DirAcces.Error : code = 7");
+  EXPECT_EQ(reasons[2], "    not found along $TEST_LIST: sub/none");
+  ::unsetenv("TEST_LIST");
+}
+
+TEST(DirAccesErrors, SystemErrorsMapToCodes) {
+  const std::pair<int, int> cases[] = {{EPERM, 6}, {EACCES, 6}, {EROFS, 6}, {ENOENT, 1}, {EBADF, 7},
+                                       {EEXIST, 2}, {EXDEV, 11}, {ENOTDIR, 3}, {EIO, 9}};
+  for (const auto& [system, code] : cases) EXPECT_EQ(DirAcces_MapSystemError(system), code) << system;
+}

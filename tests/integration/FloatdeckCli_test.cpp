@@ -1,0 +1,71 @@
+// The program as a user runs it: its command line, exit status and the words
+// it writes, in a private site.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/support/TestFiles.h"
+
+namespace {
+
+const std::string kProgram = std::string(FLOATDECK_BINARY_DIR) + "/bin/Floatdeck";
+
+class FloatdeckCli : public ::testing::Test {
+ protected:
+  TempDir site;
+
+  RunResult Run(const std::vector<std::string>& args,
+                std::vector<std::pair<std::string, std::string>> env = {}) {
+    std::vector<std::string> argv{kProgram};
+    argv.insert(argv.end(), args.begin(), args.end());
+    std::vector<std::pair<std::string, std::string>> base{
+        {"TV_CUSTOMER", site.Path()}, {"MARLENV", ""},   {"MARLLIB", ""},   {"LANGUAGE", ""},
+        {"LANG", "C"},                {"DEBUG", ""},     {"MARLDAT", site.Path()}};
+    base.insert(base.end(), env.begin(), env.end());
+    return RunProgram(argv, base);
+  }
+};
+
+std::size_t Lines(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
+
+}  // namespace
+
+TEST_F(FloatdeckCli, RefusedCommandLinesShowTheUsage) {
+  const std::vector<std::vector<std::string>> cases = {
+      {"-?"}, {"-i"}, {"-p", "wf", "dir", "extra"}, {"-i", "wf", "dir"}, {"-x"}, {"-S"},
+      {"-S", "nocolon"}, {"-u"},
+  };
+  for (const auto& args : cases) {
+    const RunResult r = Run(args);
+    EXPECT_EQ(r.status, 1) << args[0];
+    EXPECT_EQ(r.out, "") << args[0];
+    EXPECT_EQ(Lines(r.err), 8u) << r.err;
+    EXPECT_EQ(r.err.rfind("Usage: Floatdeck", 0), 0u) << r.err;
+  }
+}
+
+TEST_F(FloatdeckCli, UsageFollowsTheLanguage) {
+  const RunResult r = Run({"-?"}, {{"LANG", "de_DE.UTF-8"}});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(Lines(r.err), 8u);
+  EXPECT_EQ(r.err.rfind("Aufruf: Floatdeck", 0), 0u) << r.err;
+}
+
+TEST_F(FloatdeckCli, ModesNotYetBuiltSayWhichAndFail) {
+  for (const std::vector<std::string>& args :
+       std::vector<std::vector<std::string>>{{"-i", "wf"}, {"-p", "all"}, {"-S", "master:9912"}}) {
+    const RunResult r = Run(args);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "The mode " + args[0] + " is not available in this version of the program.\n");
+  }
+}
+
+TEST_F(FloatdeckCli, MissingCatalogEndsWithACrashReport) {
+  TempDir empty;
+  const RunResult r = Run({"-?"}, {{"MARLENV", empty.Path()}});
+  EXPECT_EQ(r.status, 2);
+  EXPECT_EQ(r.out, "");
+  EXPECT_NE(r.err.find("FLOATDECKmsg.srf'"), std::string::npos) << r.err;
+  EXPECT_NE(r.err.find("(Catalog,    1)"), std::string::npos) << r.err;
+}

@@ -1,0 +1,41 @@
+// Test helpers: private temporary directories, catalogs written on the fly and
+// programs run with a chosen environment.
+#pragma once
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+// A directory of its own below /tmp, removed with everything in it.
+class TempDir {
+ public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  const std::string& Path() const { return path_; }
+  // Path() + "/" + relative, with the directories on the way made.
+  std::string Make(const std::string& relative) const;
+
+ private:
+  std::string path_;
+};
+
+using CatalogTexts = std::map<std::string, std::map<unsigned, std::string>>;
+
+// Writes `texts` as a catalog file at `path`.
+void WriteCatalog(const std::string& path, const CatalogTexts& texts);
+// Writes raw bytes, for damaged files.
+void WriteBytes(const std::string& path, const std::vector<unsigned char>& bytes);
+std::vector<unsigned char> EncodeCatalog(const CatalogTexts& texts);
+
+struct RunResult {
+  int status = -1;  // exit status, or 128 + signal
+  std::string out, err;
+};
+
+// Runs `argv` with `env` added to (or, with an empty value, removed from) this
+// process's environment, and collects both output streams.
+RunResult RunProgram(const std::vector<std::string>& argv,
+                     const std::vector<std::pair<std::string, std::string>>& env);
