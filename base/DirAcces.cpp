@@ -106,7 +106,7 @@ std::string ComputeDistLocation() {
   return dist;
 }
 
-// The computed default of `name`, or nullopt-like empty flag when it has none.
+// The computed default of `name`; false for a variable that has none.
 bool ComputeDefault(const std::string& name, std::string& value) {
   if (name == "TV_PROJECTS") {
     value = Usable("/projects", DirAcces_Mode::Execute) ? "/projects" : "/opt/tavrin/projects";

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <list>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -32,9 +33,13 @@ constexpr unsigned kMaxLevel = 62;
 constexpr std::size_t kShortReason = 127;
 constexpr std::size_t kSectionColumn = 8;
 
+struct CatalogCloser {
+  void operator()(Catalog_Handle catalog) const { Catalog_CloseCatalogue(catalog); }
+};
+
 struct PoolNode {
   std::string fileName;
-  Catalog_Handle catalog;
+  std::unique_ptr<Catalog_Catalogue, CatalogCloser> catalog;
   // Per-section use counts; the foreign pools keep none.
   std::optional<std::map<std::string, unsigned>> useCounts;
 };
@@ -61,15 +66,12 @@ bool pushErrors = true;
 bool crashed = false;
 bool delayedFlush = false;
 
-void ClosePool(Pool& pool) {
-  for (PoolNode& node : pool) Catalog_CloseCatalogue(node.catalog);
-  pool.clear();
-}
-
-void CloseAllPools() {
-  ClosePool(mainPool);
-  for (auto& [language, pool] : foreignPools) ClosePool(pool);
-  foreignPools.clear();
+// Puts a catalog at the head of a pool, which then owns it. Only the main
+// pool counts uses.
+void AddToPool(Pool& pool, const std::string& fileName, Catalog_Handle catalog) {
+  PoolNode node{fileName, std::unique_ptr<Catalog_Catalogue, CatalogCloser>(catalog), std::nullopt};
+  if (&pool == &mainPool) node.useCounts.emplace();
+  pool.push_front(std::move(node));
 }
 
 void ReadNativeLanguage() {
@@ -101,7 +103,7 @@ void NotFoundText(StrIn sectionName, unsigned number, StrOut text) {
 void GetIt(Pool* pool, StrIn sectionName, unsigned number, StrOut text) {
   if (pool != nullptr) {
     for (PoolNode& node : *pool) {
-      if (!Catalog_GetString(node.catalog, sectionName, number, text)) continue;
+      if (!Catalog_GetString(node.catalog.get(), sectionName, number, text)) continue;
       if (node.useCounts) {
         ++(*node.useCounts)[sectionName.Str()];
         ++globalUseCount;
@@ -123,7 +125,7 @@ Pool* FindCataloguePool(StrIn language) {
     Messages_IgnoreErrors(true);
     for (auto node = mainPool.rbegin(); node != mainPool.rend(); ++node) {
       Catalog_Handle catalog = Catalog_OpenForeignCatalogue(node->fileName, language);
-      if (catalog != nullptr) it->second.push_front({node->fileName, catalog, std::nullopt});
+      if (catalog != nullptr) AddToPool(it->second, node->fileName, catalog);
     }
     Messages_IgnoreErrors(false);
     Messages_ForgetErrorReasons();
@@ -170,20 +172,19 @@ void Messages_UseMsgCat(StrIn name) {
     if (node.fileName == fileName) return;
   Catalog_Handle catalog = Catalog_OpenCatalogue(fileName);
   if (catalog == nullptr) return;
-  mainPool.push_front({fileName, catalog, std::map<std::string, unsigned>{}});
-  // Foreign pools are rebuilt from the main pool on their next use.
-  for (auto& [language, pool] : foreignPools) ClosePool(pool);
-  foreignPools.clear();
+  AddToPool(mainPool, fileName, catalog);
+  foreignPools.clear();  // rebuilt from the main pool on their next use
 }
 
 void Messages_ReloadAllMsgCats() {
   std::vector<std::string> names;
   for (auto node = mainPool.rbegin(); node != mainPool.rend(); ++node) names.push_back(node->fileName);
-  CloseAllPools();
+  mainPool.clear();
+  foreignPools.clear();
   Messages_IgnoreErrors(true);
   for (const std::string& fileName : names) {
     Catalog_Handle catalog = Catalog_OpenCatalogue(fileName);
-    if (catalog != nullptr) mainPool.push_front({fileName, catalog, std::map<std::string, unsigned>{}});
+    if (catalog != nullptr) AddToPool(mainPool, fileName, catalog);
   }
   Messages_IgnoreErrors(false);
   Messages_ForgetErrorReasons();
@@ -221,7 +222,7 @@ unsigned Messages_SectionUseCount(StrIn sectionName) {
 void Messages_StartSection(StrIn sectionName) {
   Messages_message[0] = '\0';
   for (PoolNode& node : mainPool)
-    if (Catalog_StartSection(node.catalog, sectionName)) return;
+    if (Catalog_StartSection(node.catalog.get(), sectionName)) return;
 }
 
 bool Messages_NextMessage(unsigned& number) {

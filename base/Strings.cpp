@@ -27,7 +27,7 @@ void Strings_Concat(StrIn a, StrIn b, StrOut dst) {
   const char* bData = b.Data();
   std::size_t bLen = b.Length();
   const char* dstEnd = dst.Data() + dst.Capacity();
-  if (bData < dstEnd && bData + bLen >= dst.Data()) {
+  if (bData < dstEnd && bData + bLen > dst.Data()) {
     bLen = std::min(bLen, sizeof aside);
     std::memcpy(aside, bData, bLen);
     bData = aside;
@@ -40,17 +40,14 @@ void Strings_Concat(StrIn a, StrIn b, StrOut dst) {
 }
 
 void Strings_Copy(StrIn src, std::size_t from, std::size_t count, StrOut dst) {
-  char aside[kTextCap];
+  // Built aside first, so that src may overlap dst in any way.
   const std::size_t n = std::min(count, dst.Capacity());
-  // Work on a copy so that src may be dst; longer copies are done in place,
-  // which is safe because they only move characters towards the front.
-  const bool small = n <= sizeof aside;
-  char* out = small ? aside : dst.Data();
+  std::string aside(n, '\0');
   for (std::size_t i = 0; i < n; ++i) {
     const std::size_t at = from + i;
-    out[i] = (at >= from && at <= src.High()) ? src.Data()[at] : '\0';
+    if (at >= from && at <= src.High()) aside[i] = src.Data()[at];
   }
-  if (small) std::memcpy(dst.Data(), aside, n);
+  std::memcpy(dst.Data(), aside.data(), n);
   dst.Terminate(n);
 }
 
