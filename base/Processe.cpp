@@ -71,3 +71,5 @@ bool Processe_Kill(int pid, int signal) {
 }
 
 int Processe_GetPID() { return static_cast<int>(::getpid()); }
+
+bool Processe_IsAlive(int pid) { return pid > 0 && (::kill(pid, 0) == 0 || errno == EPERM); }

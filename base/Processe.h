@@ -29,5 +29,7 @@ int Processe_MapTVsignal2OSsignal(int signal);
 // (4 no such process, 5 no permission, 6 other).
 bool Processe_Kill(int pid, int signal);
 int Processe_GetPID();
+// Whether a process with this id exists (a process of another user counts).
+bool Processe_IsAlive(int pid);
 
 extern std::uint8_t Processe_prError;
