@@ -3,6 +3,7 @@
 #include <unistd.h>
 #include <sys/utsname.h>
 
+#include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -104,6 +105,28 @@ std::string ComputeDistLocation() {
   // 5. Published for the tools the program starts.
   DirAcces_PutEnvVar("TAVRIN_DISTRIBUTION", dist);
   return dist;
+}
+
+// The first element of `list` below which `name` passes the test.
+bool SearchList(StrIn listText, StrIn name, DirAcces_Mode mode, StrOut path) {
+  char list[kTextCap], element[kPathCap], candidate[kTextCap];
+  Strings_Assign(listText, list);
+  while (DirAcces_GetPath(list, element)) {
+    if (element[0] == '\0') continue;
+    DirAcces_IncludePath(element, name, candidate);
+    if (DirAcces_Access(candidate, mode)) {
+      Strings_Assign(candidate, path);
+      return true;
+    }
+  }
+  return false;
+}
+
+
+std::string Lower(std::string_view text) {
+  std::string lower(text);
+  for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return lower;
 }
 
 // The computed default of `name`; false for a variable that has none.
@@ -227,15 +250,9 @@ bool DirAcces_PathLookup(StrIn variable, StrIn name, DirAcces_Mode mode) {
     Strings_Assign(name, DirAcces_effName);
     return true;
   }
-  char list[kTextCap], element[kPathCap], candidate[kTextCap];
+  char list[kTextCap];
   DirAcces_EnvVar(variable, list);
-  while (DirAcces_GetPath(list, element)) {
-    DirAcces_IncludePath(element, name, candidate);
-    if (element[0] != '\0' && DirAcces_Access(candidate, mode)) {
-      Strings_Assign(candidate, DirAcces_effName);
-      return true;
-    }
-  }
+  if (SearchList(list, name, mode, DirAcces_effName)) return true;
   // messages: DirAcces 1
   char reason[kTextCap];
   Messages_GetMsg(section, 1, reason);
@@ -274,4 +291,174 @@ void DirAcces_Error(std::uint8_t code) {
   BConvert_CardToStr(reason, code, 0);
   Messages_SupplyAdditionalInfo(reason);
   Messages_Error(section, code);
+}
+
+// --- Flags -------------------------------------------------------------------
+
+namespace {
+
+std::string FlagVariable(StrIn name) { return "TV_" + name.Str(); }
+
+std::string FlagFile(StrIn name) {
+  char file[kTextCap];
+  DirAcces_IncludeSpecialPath(DirAcces_TV_CUSTOMER, name, file);
+  return file;
+}
+
+// The flag's text: the variable's value, else the first word of the flag
+// file. False when neither is there (a missing or unreadable file).
+bool FlagText(StrIn name, std::string& text) {
+  if (const char* value = std::getenv(FlagVariable(name).c_str()); value != nullptr && *value != '\0') {
+    text = value;
+    return true;
+  }
+  std::FILE* file = std::fopen(FlagFile(name).c_str(), "r");
+  if (file == nullptr) return false;
+  char word[kTextCap];
+  const bool read = std::fscanf(file, "%5119s", word) == 1;
+  std::fclose(file);
+  text = read ? word : "";
+  return read;
+}
+
+}  // namespace
+
+bool DirAcces_CheckFlag(StrIn name) {
+  const char* value = std::getenv(FlagVariable(name).c_str());
+  if (value != nullptr && *value != '\0') {
+    const std::string lower = Lower(value);
+    return lower != "false" && lower != "no" && lower != "off";
+  }
+  return ::access(FlagFile(name).c_str(), F_OK) == 0;
+}
+
+void DirAcces_SetFlag(StrIn name, bool value) {
+  const std::string variable = FlagVariable(name);
+  if (const char* set = std::getenv(variable.c_str()); set != nullptr && *set != '\0') {
+    DirAcces_PutEnvVar(variable, value ? StrIn("on") : StrIn("off"));
+  } else if (value) {
+    DirAcces_Touch(FlagFile(name));
+  } else {
+    ::unlink(FlagFile(name).c_str());
+  }
+}
+
+bool DirAcces_CheckIntFlag(StrIn name, std::int32_t fallback, std::int32_t& value) {
+  std::string text;
+  char digits[kNameCap];
+  value = fallback;
+  if (!FlagText(name, text)) return false;
+  Strings_Assign(text, digits);
+  BConvert_StrToInt(digits, value);
+  return true;
+}
+
+bool DirAcces_CheckRealFlag(StrIn name, double fallback, double& value) {
+  std::string text;
+  char digits[kNameCap];
+  value = fallback;
+  if (!FlagText(name, text)) return false;
+  Strings_Assign(text, digits);
+  BConvert_StrToReal(digits, value);
+  return true;
+}
+
+bool DirAcces_CheckStringFlag(StrIn name, StrIn fallback, StrOut value) {
+  std::string text;
+  const bool there = FlagText(name, text);
+  Strings_Assign(there ? StrIn(text) : fallback, value);
+  return there;
+}
+
+// --- Path arithmetic -----------------------------------------------------------
+
+void DirAcces_ExcludePath(StrIn path, StrOut head, StrOut tail) {
+  const std::string p(path.View());
+  const std::size_t slash = p.rfind('/');
+  if (slash == std::string::npos) {
+    head.Clear();
+    Strings_Assign(p, tail);
+    return;
+  }
+  std::string h = p.substr(0, slash);
+  while (!h.empty() && h.back() == ' ') h.pop_back();
+  if (slash == 0) h = "/";
+  Strings_Assign(p.substr(slash + 1), tail);
+  Strings_Assign(h, head);
+}
+
+void DirAcces_GetPathHead(StrIn path, StrOut head) {
+  const std::string p(path.View());
+  Strings_Assign(p.substr(0, p.find('/')), head);
+}
+
+void DirAcces_CutPathHead(StrOut path) {
+  std::string p(StrIn(path).View());
+  const std::size_t slash = p.find('/');
+  if (slash == std::string::npos) {
+    path.Clear();
+    return;
+  }
+  const std::size_t rest = p.find_first_not_of('/', slash);
+  Strings_Assign(rest == std::string::npos ? std::string() : p.substr(rest), path);
+}
+
+bool DirAcces_PathStartsWith(StrIn path, StrIn head) {
+  const std::string_view p = path.View(), h = head.View();
+  if (!p.starts_with(h)) return false;
+  return p.size() == h.size() || p[h.size()] == '/' || (!h.empty() && h.back() == '/');
+}
+
+bool DirAcces_ReplacePathHead(StrOut path, StrIn oldHead, StrIn newHead) {
+  if (!DirAcces_PathStartsWith(path, oldHead)) return false;
+  const std::string rest(StrIn(path).View().substr(oldHead.Length()));
+  Strings_Assign(newHead.Str() + rest, path);
+  return true;
+}
+
+bool DirAcces_ContainsPath(StrIn variable, StrIn element) {
+  char list[kTextCap], item[kPathCap];
+  DirAcces_EnvVar(variable, list);
+  while (DirAcces_GetPath(list, item))
+    if (Strings_Equal(item, element)) return true;
+  return false;
+}
+
+// --- Look-ups ------------------------------------------------------------------
+
+
+bool DirAcces_Lookup(StrIn variable, StrIn fallbackList, StrIn name, DirAcces_Mode mode, StrOut path) {
+  char list[kTextCap];
+  if (!DirAcces_EnvVar(variable, list)) Strings_Assign(fallbackList, list);
+  path.Clear();
+  return SearchList(list, name, mode, path);
+}
+
+bool DirAcces_AccessSpecial(int number, StrIn name, DirAcces_Mode mode, StrOut path) {
+  char list[kTextCap];
+  DirAcces_GetSpecialPath(number, list);
+  path.Clear();
+  return SearchList(list, name, mode, path);
+}
+
+bool DirAcces_AccessICASE(StrIn path, DirAcces_Mode mode, StrOut found) {
+  Strings_Assign(path, found);
+  if (DirAcces_Access(path, mode)) return true;
+  char dir[kPathCap], wanted[kNameCap], entry[kNameCap];
+  DirAcces_ExcludePath(path, dir, wanted);
+  const std::string directory = dir[0] != '\0' ? std::string(dir) : ".";
+  const std::string lowerWanted = Lower(StrIn(wanted).View());
+  Messages_IgnoreErrors(true);
+  DirAcces_DirHandle handle = DirAcces_OpenDir(directory);
+  Messages_IgnoreErrors(false);
+  Messages_ForgetErrorReasons();
+  bool hit = false;
+  while (!hit && DirAcces_GetDirEntry(handle, entry)) {
+    if (Lower(StrIn(entry).View()) != lowerWanted) continue;
+    char candidate[kTextCap];
+    DirAcces_IncludePath(dir, entry, candidate);
+    if ((hit = DirAcces_Access(candidate, mode))) Strings_Assign(candidate, found);
+  }
+  DirAcces_CloseDir(handle);
+  return hit;
 }

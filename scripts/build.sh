@@ -8,5 +8,3 @@ dir="${1:-build}"
 shift || true
 cmake -S . -B "$dir" -G Ninja "$@"
 cmake --build "$dir"
-# The build tree's own data directory, the default MARLDAT of this installation.
-mkdir -p "$dir/dat"

@@ -4,6 +4,8 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+
 #include "base/Argument.h"
 #include "base/Messages.h"
 #include "tests/support/TestFiles.h"
@@ -109,4 +111,102 @@ TEST(DirAccesErrors, SystemErrorsMapToCodes) {
   const std::pair<int, int> cases[] = {{EPERM, 6}, {EACCES, 6}, {EROFS, 6}, {ENOENT, 1}, {EBADF, 7},
                                        {EEXIST, 2}, {EXDEV, 11}, {ENOTDIR, 3}, {EIO, 9}};
   for (const auto& [system, code] : cases) EXPECT_EQ(DirAcces_MapSystemError(system), code) << system;
+}
+
+TEST(DirAccesFlags, VariablesWinOverFlagFiles) {
+  TempDir customer;
+  ::setenv("TV_CUSTOMER", customer.Path().c_str(), 1);
+  ::unsetenv("TV_MYFLAG");
+  EXPECT_FALSE(DirAcces_CheckFlag("MYFLAG"));
+  DirAcces_SetFlag("MYFLAG", true);  // no variable: the file is made
+  EXPECT_TRUE(DirAcces_CheckFlag("MYFLAG"));
+  ::setenv("TV_MYFLAG", "OFF", 1);
+  EXPECT_FALSE(DirAcces_CheckFlag("MYFLAG"));  // even though the file exists
+  ::setenv("TV_MYFLAG", "1", 1);
+  EXPECT_TRUE(DirAcces_CheckFlag("MYFLAG"));
+  DirAcces_SetFlag("MYFLAG", false);  // a set variable is changed, the file stays
+  EXPECT_STREQ(::getenv("TV_MYFLAG"), "off");
+  ::unsetenv("TV_MYFLAG");
+  EXPECT_TRUE(DirAcces_CheckFlag("MYFLAG"));
+  DirAcces_SetFlag("MYFLAG", false);
+  EXPECT_FALSE(DirAcces_CheckFlag("MYFLAG"));
+
+  std::int32_t number = 0;
+  EXPECT_FALSE(DirAcces_CheckIntFlag("LEVEL", 7, number));
+  EXPECT_EQ(number, 7);
+  WriteBytes(customer.Path() + "/LEVEL", {' ', '4', '2', '\n'});
+  EXPECT_TRUE(DirAcces_CheckIntFlag("LEVEL", 7, number));
+  EXPECT_EQ(number, 42);
+  ::setenv("TV_LEVEL", "9", 1);
+  EXPECT_TRUE(DirAcces_CheckIntFlag("LEVEL", 7, number));
+  EXPECT_EQ(number, 9);
+  ::unsetenv("TV_LEVEL");
+  char text[kNameCap];
+  EXPECT_FALSE(DirAcces_CheckStringFlag("MODE", "plain", text));
+  EXPECT_STREQ(text, "plain");
+  ::unsetenv("TV_CUSTOMER");
+}
+
+TEST(DirAccesPaths, HeadsAndTails) {
+  char head[kPathCap], tail[kPathCap];
+  DirAcces_ExcludePath("/a/b /c", head, tail);
+  EXPECT_STREQ(head, "/a/b");  // blanks before the slash left out
+  EXPECT_STREQ(tail, "c");
+  DirAcces_ExcludePath("plain", head, tail);
+  EXPECT_STREQ(head, "");
+  EXPECT_STREQ(tail, "plain");
+  DirAcces_GetPathHead("a/b/c", head);
+  EXPECT_STREQ(head, "a");
+  char path[kPathCap] = "a//b/c";
+  DirAcces_CutPathHead(path);
+  EXPECT_STREQ(path, "b/c");
+  char moved[kPathCap] = "/projects/workflow/x";
+  EXPECT_FALSE(DirAcces_ReplacePathHead(moved, "/projects/work", "/p"));  // not followed by "/"
+  EXPECT_TRUE(DirAcces_ReplacePathHead(moved, "/projects", "/p"));
+  EXPECT_STREQ(moved, "/p/workflow/x");
+}
+
+TEST(DirAccesFiles, RenameCopyAndDirectories) {
+  TempDir dir;
+  const std::string a = dir.Make("a"), b = dir.Make("b"), sub = dir.Path() + "/x/y/z";
+  WriteBytes(a, {'1'});
+  WriteBytes(b, {'2'});
+  Messages_IgnoreErrors(true);
+  EXPECT_FALSE(DirAcces_Rename(a, b));  // the target exists
+  EXPECT_EQ(DirAcces_dirError, 2);
+  EXPECT_TRUE(DirAcces_AtomicRename(a, b));  // replaces it
+  EXPECT_EQ(DirAcces_LastModified(a), -1);
+  EXPECT_GT(DirAcces_LastModified(b), 0);
+
+  EXPECT_TRUE(DirAcces_RecursiveMkDir(sub, 0750));
+  EXPECT_TRUE(DirAcces_RecursiveMkDir(sub, 0));  // existing: no failure
+  EXPECT_FALSE(DirAcces_MkDir(sub));
+  EXPECT_EQ(DirAcces_dirError, 4);
+  DirAcces_Stat stat;
+  ASSERT_TRUE(DirAcces_FileStatN(dir.Path() + "/x/y", stat));
+  EXPECT_TRUE(stat.isDirectory);
+  EXPECT_EQ(stat.mode, 0750u);
+
+  EXPECT_TRUE(DirAcces_Copy(b, sub));  // a directory target gets the source's name
+  EXPECT_TRUE(DirAcces_FileStatN(sub + "/b", stat));
+  EXPECT_EQ(stat.size, 1u);
+  EXPECT_FALSE(DirAcces_Copy(b, b));
+  EXPECT_EQ(DirAcces_dirError, 2);
+  EXPECT_FALSE(DirAcces_Copy(sub, dir.Path() + "/c"));  // a directory is no source
+  EXPECT_FALSE(DirAcces_Remove(dir.Path() + "/missing"));
+  EXPECT_EQ(DirAcces_dirError, 1);
+  Messages_IgnoreErrors(false);
+  Messages_ForgetErrorReasons();
+  EXPECT_EQ(Messages_ErrorCount(false), 0u);
+
+  std::vector<std::string> names;
+  char name[kNameCap];
+  DirAcces_DirHandle handle = DirAcces_OpenDir(dir.Path());
+  while (DirAcces_GetDirEntry(handle, name)) names.push_back(name);
+  DirAcces_CloseDir(handle);
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, (std::vector<std::string>{"b", "x"}));
+  char found[kPathCap];
+  EXPECT_TRUE(DirAcces_AccessICASE(dir.Path() + "/X", DirAcces_Mode::Exists, found));
+  EXPECT_EQ(std::string(found), dir.Path() + "/x");
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "tests/support/TestFiles.h"
 
@@ -68,4 +69,21 @@ TEST_F(FloatdeckCli, MissingCatalogEndsWithACrashReport) {
   EXPECT_EQ(r.out, "");
   EXPECT_NE(r.err.find("FLOATDECKmsg.srf'"), std::string::npos) << r.err;
   EXPECT_NE(r.err.find("(Catalog,    1)"), std::string::npos) << r.err;
+}
+
+TEST_F(FloatdeckCli, SiteControlFiles) {
+  TempDir dat;
+  // A run file stands while the program runs and is gone after an orderly exit.
+  const RunResult usage = Run({"-?"}, {{"MARLDAT", dat.Path()}, {"TV_NO_RUN_FILE", ""}});
+  EXPECT_EQ(usage.status, 1);
+  EXPECT_TRUE(std::filesystem::is_empty(dat.Path()));
+
+  WriteBytes(dat.Make("stopped"), {});
+  const RunResult stopped = Run({"-i", "wf"}, {{"MARLDAT", dat.Path()}, {"TV_NO_RUN_FILE", ""}});
+  EXPECT_EQ(stopped.status, 0);
+  EXPECT_EQ(stopped.err, "*** Tavrin software is currently disabled using a stopped file\n");
+
+  const RunResult unwritable = Run({"-?"}, {{"MARLDAT", dat.Path() + "/stopped/sub"}, {"TV_NO_RUN_FILE", ""}});
+  EXPECT_EQ(unwritable.status, 1);
+  EXPECT_EQ(unwritable.err, "*** Fatal: Can't write to directory $MARLDAT==" + dat.Path() + "/stopped/sub\n");
 }
