@@ -15,6 +15,8 @@ void Utility_Delay(std::int64_t milliseconds) {
     deadline.tv_nsec -= 1000000000;
     ++deadline.tv_sec;
   }
-  while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {
-  }
+  int result;
+  do {
+    result = ::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr);
+  } while (result == EINTR);
 }
