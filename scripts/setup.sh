@@ -3,7 +3,7 @@
 # are there already are left alone, so a second run costs nothing.
 set -euo pipefail
 
-packages=(g++ cmake ninja-build libgtest-dev libgmock-dev python3)
+packages=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev python3)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
