@@ -137,12 +137,11 @@ Catalog_Handle Catalog_OpenForeignCatalogue(StrIn name, StrIn language) {
   Catalog_catError = 0;
   const std::string candidates[] = {language.Str() + "/" + name.Str(), "eng/" + name.Str(),
                                     "deu/" + name.Str()};
-  bool found = false;
-  Messages_IgnoreErrors(true);
-  for (const std::string& candidate : candidates)
-    if ((found = DirAcces_PathLookup("MARLENV", candidate, DirAcces_Mode::Read))) break;
-  Messages_IgnoreErrors(false);
-  Messages_ForgetErrorReasons();
+  const bool found = Messages_Quietly([&] {
+    for (const std::string& candidate : candidates)
+      if (DirAcces_PathLookup("MARLENV", candidate, DirAcces_Mode::Read)) return true;
+    return false;
+  });
   if (!found) {
     // messages: Catalog 1
     char reason[kTextCap];

@@ -448,10 +448,7 @@ bool DirAcces_AccessICASE(StrIn path, DirAcces_Mode mode, StrOut found) {
   DirAcces_ExcludePath(path, dir, wanted);
   const std::string directory = dir[0] != '\0' ? std::string(dir) : ".";
   const std::string lowerWanted = Lower(StrIn(wanted).View());
-  Messages_IgnoreErrors(true);
-  DirAcces_DirHandle handle = DirAcces_OpenDir(directory);
-  Messages_IgnoreErrors(false);
-  Messages_ForgetErrorReasons();
+  DirAcces_DirHandle handle = Messages_Quietly([&] { return DirAcces_OpenDir(directory); });
   bool hit = false;
   while (!hit && DirAcces_GetDirEntry(handle, entry)) {
     if (Lower(StrIn(entry).View()) != lowerWanted) continue;

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <type_traits>
 
 #include "base/Strings.h"
 
@@ -69,3 +70,21 @@ bool Messages_ErrorReason(StrOut text);
 void Messages_ShowError(std::FILE* file);
 // When `condition` holds: every reason to standard error, exit status 1.
 void Messages_TerminateIf(bool condition);
+
+// Runs `call` inside an ignore bracket and forgets the reasons it left: for
+// calls of lower modules whose failure is an answer, not an error. Returns
+// what `call` returns.
+template <class Call>
+auto Messages_Quietly(Call call) {
+  Messages_IgnoreErrors(true);
+  if constexpr (std::is_void_v<decltype(call())>) {
+    call();
+    Messages_IgnoreErrors(false);
+    Messages_ForgetErrorReasons();
+  } else {
+    auto result = call();
+    Messages_IgnoreErrors(false);
+    Messages_ForgetErrorReasons();
+    return result;
+  }
+}

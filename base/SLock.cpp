@@ -56,16 +56,6 @@ constexpr std::int64_t kGraceSeconds = 10;
 // an earlier process with our id left behind.
 std::set<Identity> heldHere;
 
-// Runs calls of lower modules whose failures are answers here, not errors.
-template <class Call>
-auto Quietly(Call call) {
-  Messages_IgnoreErrors(true);
-  const auto result = call();
-  Messages_IgnoreErrors(false);
-  Messages_ForgetErrorReasons();
-  return result;
-}
-
 void Fail(std::uint8_t code, const std::string& name) {
   SLock_error = code;
   Messages_SupplyAdditionalInfo(name);
@@ -78,7 +68,7 @@ std::string OwnId() { return std::to_string(Processe_GetPID()); }
 // tell whether we live. A leftover of ours goes first: it may still be linked
 // to an old lock, whose text must not change under its name.
 bool WritePrivate(const std::string& path) {
-  Quietly([&] { return DirAcces_Remove(path); });
+  Messages_Quietly([&] { return DirAcces_Remove(path); });
   const std::string text = OwnId() + "\n";
   Messages_IgnoreErrors(true);
   FileIO_File file = FileIO_Create(path);
@@ -220,10 +210,10 @@ bool SLock_Lock(SLock lock, std::uint32_t timeoutMs) {
     // 2. A lock that was given up meanwhile, or whose owner has gone and
     //    could be removed, is tried again at once.
     Look seen;
-    const Verdict verdict = Quietly([&] { return Examine(lock->name, seen); });
+    const Verdict verdict = Messages_Quietly([&] { return Examine(lock->name, seen); });
     if (verdict == Verdict::Gone) continue;
     if (verdict == Verdict::Stale &&
-        Quietly([&] { return RemoveIfSame(lock->name, seen); }) != Removal::Refused)
+        Messages_Quietly([&] { return RemoveIfSame(lock->name, seen); }) != Removal::Refused)
       continue;
     // 3. A live owner: wait a slice unless the time is up.
     const Clock::time_point now = Clock::now();
@@ -234,7 +224,7 @@ bool SLock_Lock(SLock lock, std::uint32_t timeoutMs) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now).count();
     Utility_Delay(static_cast<std::uint32_t>(std::min<long long>(kSliceMs, left + 1)));
   }
-  Quietly([&] { return DirAcces_Remove(privateName); });
+  Messages_Quietly([&] { return DirAcces_Remove(privateName); });
   return lock->held;
 }
 
@@ -243,7 +233,7 @@ void SLock_Unlock(SLock lock) {
   lock->held = false;
   heldHere.erase(lock->identity);
   const Look ours{lock->identity, 0, OwnId() + "\n"};
-  Quietly([&] { return RemoveIfSame(lock->name, ours); });
+  Messages_Quietly([&] { return RemoveIfSame(lock->name, ours); });
 }
 
 bool SLock_IsHeld(SLock lock) { return lock != nullptr && lock->held; }

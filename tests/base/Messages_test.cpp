@@ -28,6 +28,7 @@ class CatalogSite : public ::testing::Environment {
     ::unsetenv("LANGUAGE");
     ::unsetenv("LANG");
     ::unsetenv("DEBUG");
+    ::setenv("TV_NO_RUN_FILE", "1", 1);  // the program name below is made up
     static const char* const argv[] = {"/opt/bin/testprog"};
     Argument_Init(1, argv);
     Messages_Init();
