@@ -16,9 +16,11 @@ TempDir::TempDir() {
   char pattern[] = "/tmp/floatdeck-test-XXXXXX";
   if (::mkdtemp(pattern) == nullptr) throw std::runtime_error("mkdtemp failed");
   path_ = pattern;
+  owner_ = ::getpid();
 }
 
 TempDir::~TempDir() {
+  if (::getpid() != owner_) return;
   std::error_code ignored;
   std::filesystem::remove_all(path_, ignored);
 }

@@ -7,7 +7,8 @@
 #include <utility>
 #include <vector>
 
-// A directory of its own below /tmp, removed with everything in it.
+// A directory of its own below /tmp, removed with everything in it by the
+// process that made it (not by forked children that exit, as death tests do).
 class TempDir {
  public:
   TempDir();
@@ -20,6 +21,7 @@ class TempDir {
 
  private:
   std::string path_;
+  int owner_;
 };
 
 using CatalogTexts = std::map<std::string, std::map<unsigned, std::string>>;
