@@ -11,6 +11,7 @@
 #include "base/Processe.h"
 #include "base/SPrintf.h"
 #include "base/StringOp.h"
+#include "rc/SrcFile.h"
 
 std::uint8_t Floatdeck_batchMode = Floatdeck_Interactive;
 char Floatdeck_wfName[kNameCap] = "";
@@ -37,6 +38,7 @@ void InitModules() {
   Messages_Init();
   Catalog_Init();
   DirAcces_Init();
+  SrcFile_Init();  // the "[global]" settings are there before anything else reads them
 }
 
 // Tells the operator that `option`'s mode is not part of this build and
