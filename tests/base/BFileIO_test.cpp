@@ -17,26 +17,12 @@
 
 namespace {
 
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-    ::setenv("TV_USE_FLOCK_INSTEAD_OF_LOCKF", "off", 1);
-    BFileIO_Init();
-  }
-};
-
-const auto* const site = ::testing::AddGlobalTestEnvironment(new Site);
+const bool site = UseBuildTreeSite([] {
+  ::setenv("TV_USE_FLOCK_INSTEAD_OF_LOCKF", "off", 1);
+  BFileIO_Init();
+});
 
 constexpr std::size_t B = kBFileIOBufferSize;
-
-std::string Contents(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream all;
-  all << in.rdbuf();
-  return all.str();
-}
 
 std::string Read(BFileIO_File file, std::size_t count) {
   std::string text(count, '\0');
@@ -80,7 +66,7 @@ TEST(BFileIOTransfer, MixedSizesMatchAPlainCopy) {
   }
   ASSERT_TRUE(BFileIO_Close(file));
   EXPECT_EQ(file, nullptr);
-  EXPECT_EQ(Contents(path), reference);
+  EXPECT_EQ(FileText(path), reference);
 
   file = BFileIO_Open(path, FileIO_readMode);
   std::string back;
@@ -106,7 +92,7 @@ TEST(BFileIOTransfer, ReadsAndWritesMeetAtOnePosition) {
   ASSERT_TRUE(Write(file, "AB"));
   EXPECT_EQ(Read(file, 3), "2ab");
   BFileIO_Close(file);
-  EXPECT_EQ(Contents(path), "AB2abc6789");
+  EXPECT_EQ(FileText(path), "AB2abc6789");
 }
 
 TEST(BFileIOTransfer, ShortReadsFromAPipeAreGathered) {
@@ -160,7 +146,7 @@ TEST(BFileIOFailures, ReportsStandAboveTheRawLayer) {
   Messages_IgnoreErrors(false);
   Messages_ForgetErrorReasons();
   BFileIO_Close(file);
-  EXPECT_EQ(Contents(plain), "x");
+  EXPECT_EQ(FileText(plain), "x");
 
   // A full device takes the bytes into the buffer and refuses them on the way out.
   file = BFileIO_Open("/dev/full", FileIO_writeMode);
@@ -186,7 +172,7 @@ TEST(BFileIOLocks, LockingDropsReadAheadAndUnlockingPassesWritesOn) {
   EXPECT_EQ(Read(file, 1), "b");
   ASSERT_TRUE(Write(file, "XY"));
   ASSERT_TRUE(BFileIO_UnLock(file));
-  EXPECT_EQ(Contents(path), "bbXY");
+  EXPECT_EQ(FileText(path), "bbXY");
   FileIO_Close(other);
   BFileIO_Close(file);
 }
@@ -202,7 +188,7 @@ TEST(BFileIOExitDeathTest, PendingBytesGoOutWhenTheProcessEnds) {
         Processe_Exit();
       },
       ::testing::ExitedWithCode(0), "");
-  EXPECT_EQ(Contents(path), "kept");
+  EXPECT_EQ(FileText(path), "kept");
   // Lines on the error channel go out at once: even an exit that runs no
   // clean-up at all doesn't lose them.
   EXPECT_EXIT(

@@ -13,16 +13,7 @@
 
 namespace {
 
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-    BOutIn_Init();
-  }
-};
-
-const auto* const site = ::testing::AddGlobalTestEnvironment(new Site);
+const bool site = UseBuildTreeSite(BOutIn_Init);
 
 constexpr std::size_t B = kBFileIOBufferSize;
 

@@ -14,16 +14,7 @@
 
 namespace {
 
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-    FileIO_Init();
-  }
-};
-
-const auto* const site = ::testing::AddGlobalTestEnvironment(new Site);
+const bool site = UseBuildTreeSite(FileIO_Init);
 
 // Runs `call` with errors ignored and forgotten; the error it left.
 template <class Call>

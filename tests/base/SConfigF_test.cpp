@@ -20,30 +20,10 @@
 
 namespace {
 
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-    SConfigF_Init();
-  }
-};
-
-const auto* const site = ::testing::AddGlobalTestEnvironment(new Site);
+const bool site = UseBuildTreeSite(SConfigF_Init);
 
 using Field = std::pair<std::string, std::string>;
 using Lines = std::vector<std::vector<Field>>;
-
-std::string Contents(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream all;
-  all << in.rdbuf();
-  return all.str();
-}
-
-void Put(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-}
 
 Lines ReadAll(SConfigF file) {
   Lines lines;
@@ -77,7 +57,7 @@ class SConfigFTest : public ::testing::Test {
 
 TEST_F(SConfigFTest, TheReaderJoinsSkipsAndSplitsAsTheFormatSays) {
   const std::string a3000(3000, 'a'), b3000(3000, 'b'), key200(200, 'k');
-  Put(Path("in.cfg"),
+  PutFile(Path("in.cfg"),
       "# comment\n"
       "   \t  \n"
       "  # indented comment:A=1\n"
@@ -102,8 +82,8 @@ TEST_F(SConfigFTest, TheReaderJoinsSkipsAndSplitsAsTheFormatSays) {
 
 TEST_F(SConfigFTest, AFileIsFoundAlongTheVariableThenAsItStands) {
   dir_.Make("one/x");
-  Put(dir_.Make("two/found.cfg"), "K=two\n");
-  Put(Path("plain.cfg"), "K=plain\n");
+  PutFile(dir_.Make("two/found.cfg"), "K=two\n");
+  PutFile(Path("plain.cfg"), "K=plain\n");
   ::setenv("SCONFIGF_TEST_PATH", (Path("one") + ":" + Path("two")).c_str(), 1);
   EXPECT_EQ(ReadAll(SConfigF_Open("SCONFIGF_TEST_PATH", "found.cfg")), Lines({{{"K", "two"}}}));
   EXPECT_EQ(ReadAll(SConfigF_Open("SCONFIGF_TEST_PATH", Path("plain.cfg"))), Lines({{{"K", "plain"}}}));
@@ -142,7 +122,7 @@ TEST_F(SConfigFTest, LongLinesWrapInFrontOfTheFieldThatWouldReachColumn80) {
     ASSERT_TRUE(SConfigF_Close(file));
     const bool wraps = name == std::string("wrap.cfg");
     const std::string cut = wraps ? "\\\n\t" : "";
-    EXPECT_EQ(Contents(Path(name)), "A=" + x70 + ":B=1234\n" + "A=" + x70 + ":" + cut + "B=12345:C=" + f55 +
+    EXPECT_EQ(FileText(Path(name)), "A=" + x70 + ":B=1234\n" + "A=" + x70 + ":" + cut + "B=12345:C=" + f55 +
                                         ":D=1:" + cut + "E=1:" + cut + "F=" + f66 + "\n")
         << name;
     EXPECT_EQ(ReadFile(Path(name)),
@@ -180,7 +160,7 @@ TEST_F(SConfigFTest, WrittenFieldsComeBackWithLineFeedsAsBackslashN) {
   WriteAll(file, lines);
   ASSERT_TRUE(SConfigF_Close(file));
   const std::string head = "#made by a test\nPENDING=1\n";
-  EXPECT_EQ(Contents(Path("round.cfg")).substr(0, head.size()), head);
+  EXPECT_EQ(FileText(Path("round.cfg")).substr(0, head.size()), head);
 
   Lines expected = lines;
   expected.insert(expected.begin(), std::vector<Field>{{"PENDING", "1"}});
@@ -192,7 +172,7 @@ TEST_F(SConfigFTest, WrittenFieldsComeBackWithLineFeedsAsBackslashN) {
 }
 
 TEST_F(SConfigFTest, FilesThatCantBeMadeOrWrittenFail) {
-  Put(Path("plain"), "x");
+  PutFile(Path("plain"), "x");
   Messages_IgnoreErrors(true);
   EXPECT_EQ(SConfigF_Create("", Path("plain/below.cfg")), nullptr);
   Messages_IgnoreErrors(false);

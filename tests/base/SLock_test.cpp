@@ -17,27 +17,7 @@
 
 namespace {
 
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-    SLock_Init();
-  }
-};
-
-const auto* const site = ::testing::AddGlobalTestEnvironment(new Site);
-
-std::string Contents(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream all;
-  all << in.rdbuf();
-  return all.str();
-}
-
-void Put(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-}
+const bool site = UseBuildTreeSite(SLock_Init);
 
 // A process that takes the lock and, told to, releases it or dies holding it.
 class Owner {
@@ -100,7 +80,7 @@ class SLockTest : public ::testing::Test {
 TEST_F(SLockTest, OneHolderAtATimeAndOnlyItsOwnFileIsRemoved) {
   ASSERT_TRUE(SLock_Lock(mine_, 0));
   EXPECT_TRUE(SLock_Lock(mine_, 0));  // held already
-  EXPECT_EQ(Contents(name_), std::to_string(::getpid()) + "\n");
+  EXPECT_EQ(FileText(name_), std::to_string(::getpid()) + "\n");
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_.Path()), {}), 1);  // no private file left
 
   SLock second = SLock_Create(name_);
@@ -112,10 +92,10 @@ TEST_F(SLockTest, OneHolderAtATimeAndOnlyItsOwnFileIsRemoved) {
 
   // A file put in the lock's place behind its holder's back survives the release.
   std::filesystem::remove(name_);
-  Put(name_, "12345\n");
+  PutFile(name_, "12345\n");
   SLock_Destroy(second);
   EXPECT_EQ(second, nullptr);
-  EXPECT_EQ(Contents(name_), "12345\n");
+  EXPECT_EQ(FileText(name_), "12345\n");
 
   SLock nil = SLock_Nil();
   EXPECT_FALSE(SLock_Lock(nil, 1000));
@@ -128,14 +108,14 @@ TEST_F(SLockTest, ALockWhoseOwnerDiedIsTakenOverAtTheFirstTry) {
   Owner owner(name_);
   const int pid = owner.Pid();
   owner.Tell('d');
-  EXPECT_EQ(Contents(name_), std::to_string(pid) + "\n");
+  EXPECT_EQ(FileText(name_), std::to_string(pid) + "\n");
   ASSERT_TRUE(SLock_Lock(mine_, 0));
-  EXPECT_EQ(Contents(name_), std::to_string(::getpid()) + "\n");
+  EXPECT_EQ(FileText(name_), std::to_string(::getpid()) + "\n");
 
   // Our own id in a lock that no handle of ours holds was left by an earlier
   // process with the same id.
   SLock_Unlock(mine_);
-  Put(name_, std::to_string(::getpid()) + "\n");
+  PutFile(name_, std::to_string(::getpid()) + "\n");
   EXPECT_TRUE(SLock_Lock(mine_, 0));
 }
 
@@ -147,16 +127,16 @@ TEST_F(SLockTest, ALiveOwnerMakesTheWaiterTimeOutOrWaitForTheRelease) {
   EXPECT_EQ(SLock_error, 3);
   EXPECT_GE(waited, std::chrono::milliseconds(250));
   EXPECT_LT(waited, std::chrono::milliseconds(5000));
-  EXPECT_EQ(Contents(name_), std::to_string(owner.Pid()) + "\n");
+  EXPECT_EQ(FileText(name_), std::to_string(owner.Pid()) + "\n");
 
   owner.Tell('u');  // released while we wait
   EXPECT_TRUE(SLock_Lock(mine_, 10000));
 }
 
 TEST_F(SLockTest, ALockWithoutAProcessIdIsStaleOnlyAfterTheGracePeriod) {
-  Put(name_, "garbage");
+  PutFile(name_, "garbage");
   EXPECT_FALSE(SLock_Lock(mine_, 0));  // may be a writer filling it in
-  EXPECT_EQ(Contents(name_), "garbage");
+  EXPECT_EQ(FileText(name_), "garbage");
   const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::minutes(1);
   std::filesystem::last_write_time(name_, old);
   EXPECT_TRUE(SLock_Lock(mine_, 0));
@@ -164,7 +144,7 @@ TEST_F(SLockTest, ALockWithoutAProcessIdIsStaleOnlyAfterTheGracePeriod) {
 
 TEST_F(SLockTest, ADirectoryWithoutRoomForThePrivateFileFails) {
   const std::string plain = dir_.Path() + "/plain";
-  Put(plain, "x");
+  PutFile(plain, "x");
   for (const std::string& name : {plain + "/lock", dir_.Path() + "/missing/lock"}) {
     SLock lock = SLock_Create(name);
     Messages_IgnoreErrors(true);

@@ -51,17 +51,6 @@ const auto* const site = ::testing::AddGlobalTestEnvironment(new Site);
 std::string Home() { return Site::dir_->Path() + "/home"; }
 std::string SiteDir() { return Site::dir_->Path() + "/site"; }
 
-void Put(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-}
-
-std::string Contents(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream all;
-  all << in.rdbuf();
-  return all.str();
-}
-
 // Runs `call` with errors ignored; the error it left.
 template <class Call>
 int Quietly(Call call) {
@@ -100,7 +89,7 @@ TEST(SrcFileFormat, LinesAreReadTheWayTheFormatSays) {
   static std::uint8_t level = 3;
   SrcFile_DefineEnum("q_level", 5, level);
   const std::string filler(kTextCap, 'x');
-  Put(Home() + "/.quirksrc",
+  PutFile(Home() + "/.quirksrc",
       "X q_foo= 1\n"
       "B q_swallow\nno equals here\nstill none= ON\n"
       "B q_bad= YES\n"
@@ -127,7 +116,7 @@ TEST(SrcFileFormat, LinesAreReadTheWayTheFormatSays) {
   EXPECT_EQ(SrcFile_QueryCardForeignProcess("q_tail"), 9u);
 
   // Strict reading stops at the first bad value; what came before stays.
-  Put(Home() + "/.strictrc", "C st_before= 1\nB st_bad= YES\nC st_behind= 2\n");
+  PutFile(Home() + "/.strictrc", "C st_before= 1\nB st_bad= YES\nC st_behind= 2\n");
   EXPECT_EQ(Quietly([] { SrcFile_LoadFromLocationAndName("strict", 1); }), 4);
   EXPECT_EQ(SrcFile_QueryCardForeignProcess("st_before"), 1u);
   EXPECT_EQ(Quietly([] { SrcFile_QueryCardForeignProcess("st_behind"); }), 2);
@@ -152,8 +141,8 @@ TEST(SrcFileFormat, ValuesAreWrittenInTableOrderWithTheirTypeKeys) {
   SrcFile_SDefineStringS("fmt_path", "", nullptr, 0, 1, path);
   SrcFile_SaveToLocation("order", 1);
   ASSERT_EQ(SrcFile_error, 0);
-  const std::string text = Contents(Home() + "/.orderrc");
-  EXPECT_EQ(Contents(Home() + "/.orderrc.backup"), text);
+  const std::string text = FileText(Home() + "/.orderrc");
+  EXPECT_EQ(FileText(Home() + "/.orderrc.backup"), text);
   EXPECT_EQ(std::filesystem::status(Home() + "/.orderrc").permissions(), std::filesystem::perms(0666));
 
   std::vector<std::string> written;
@@ -171,15 +160,15 @@ TEST(SrcFileFormat, ValuesAreWrittenInTableOrderWithTheirTypeKeys) {
   EXPECT_EQ(reals[3], 0.5);
 
   // The global file's keys carry "[global]" in the table and nowhere else.
-  Put(SiteDir() + "/.tavrinrc", "C g_card= 4\n");
+  PutFile(SiteDir() + "/.tavrinrc", "C g_card= 4\n");
   SrcFile_Load("");
   EXPECT_EQ(SrcFile_QueryCardForeignProcess("[global]g_card"), 4u);
   SrcFile_SaveGlobal(0);
-  const std::string global = Contents(SiteDir() + "/.tavrinrc");
+  const std::string global = FileText(SiteDir() + "/.tavrinrc");
   EXPECT_EQ(LinesOf(global, "g_card"), std::vector<std::string>{"C g_card= 4"});
   EXPECT_TRUE(LinesOf(global, "ord_").empty());
   SrcFile_SaveToLocation("", 1);
-  EXPECT_TRUE(LinesOf(Contents(Home() + "/.tavrinrc"), "g_card").empty());
+  EXPECT_TRUE(LinesOf(FileText(Home() + "/.tavrinrc"), "g_card").empty());
 }
 
 int changes = 0;
@@ -188,7 +177,7 @@ bool Small(std::uint32_t value, std::uint32_t limit) { return value <= limit; }
 bool NotEmpty(StrIn value, std::uint32_t) { return !value.Empty(); }
 
 TEST(SrcFileTable, DefinitionsChecksAndCallbacks) {
-  Put(Home() + "/.tablerc", "C t_loaded= 17\nC t_typed= 1\nF t_file= /f\n");
+  PutFile(Home() + "/.tablerc", "C t_loaded= 17\nC t_typed= 1\nF t_file= /f\n");
   SrcFile_LoadFromLocation("table", 1);
   static std::uint32_t loaded = 0, small = 3;
   SrcFile_DefineCard("t_loaded", loaded);
@@ -207,7 +196,7 @@ TEST(SrcFileTable, DefinitionsChecksAndCallbacks) {
   EXPECT_EQ(Quietly([] { SrcFile_SetCard("t_small", 11); }), 5);
   EXPECT_EQ(small, 9u);
   EXPECT_EQ(changes, 1);
-  Put(Home() + "/.tablerc", "C t_small= 4\n");
+  PutFile(Home() + "/.tablerc", "C t_small= 4\n");
   SrcFile_LoadFromLocation("table", 1);
   EXPECT_EQ(changes, 2);
   EXPECT_EQ(SrcFile_QueryCard("t_small"), 4u);
@@ -224,7 +213,7 @@ TEST(SrcFileTable, DefinitionsChecksAndCallbacks) {
   SrcFile_SetStringS("t_file", 2, "a text longer than its variable");
   EXPECT_EQ(StrIn(file).Str(), "a text longer th");
   SrcFile_SaveToLocation("table", 1);
-  EXPECT_EQ(LinesOf(Contents(Home() + "/.tablerc"), "t_file"), std::vector<std::string>{"F t_file= a text longer th"});
+  EXPECT_EQ(LinesOf(FileText(Home() + "/.tablerc"), "t_file"), std::vector<std::string>{"F t_file= a text longer th"});
 
   // Undefined, the value stays in the table and in the file.
   SrcFile_SUndefine("t_small");
@@ -259,9 +248,9 @@ TEST(SrcFileTable, DefaultsListIsSortedDescendingWithoutGroupMarks) {
 
 TEST(SrcFileFiles, PlacesBackupsAndFailures) {
   // The current directory before HOME before the site, each alone.
-  Put(".inhrc", "C inh= 2\n");
-  Put(Home() + "/.inhrc", "C inh= 1\nC inh_home= 1\n");
-  Put(SiteDir() + "/.inhrc", "C inh= 0\n");
+  PutFile(".inhrc", "C inh= 2\n");
+  PutFile(Home() + "/.inhrc", "C inh= 1\nC inh_home= 1\n");
+  PutFile(SiteDir() + "/.inhrc", "C inh= 0\n");
   for (std::uint32_t expected : {2u, 1u, 0u}) {
     SrcFile_Load("inh");
     EXPECT_EQ(SrcFile_QueryCardForeignProcess("inh"), expected);
@@ -270,13 +259,13 @@ TEST(SrcFileFiles, PlacesBackupsAndFailures) {
   EXPECT_EQ(SrcFile_QueryCardForeignProcess("inh_home"), 1u);
 
   // An empty file is damaged: the backup stands in.
-  Put(Home() + "/.bkrc", "");
-  Put(Home() + "/.bkrc.backup", "C bk= 5\n");
+  PutFile(Home() + "/.bkrc", "");
+  PutFile(Home() + "/.bkrc.backup", "C bk= 5\n");
   SrcFile_LoadFromLocation("bk", 1);
   EXPECT_EQ(SrcFile_QueryCardForeignProcess("bk"), 5u);
 
   char value[kTextCap];
-  Put(Home() + "/.onerc", "C one= 12\nS with blank= x\n");
+  PutFile(Home() + "/.onerc", "C one= 12\nS with blank= x\n");
   EXPECT_TRUE(SrcFile_GetEntryFromLocation("one", 1, "one", value));
   EXPECT_STREQ(value, "12");
   EXPECT_FALSE(SrcFile_GetEntryFromLocation("one", 1, "with blank", value));
@@ -285,7 +274,7 @@ TEST(SrcFileFiles, PlacesBackupsAndFailures) {
   // Write failures: no directory for the temporary file; a directory where
   // the file should be. Neither leaves a temporary file behind.
   const std::string home = Home();
-  Put(home + "/plain", "");
+  PutFile(home + "/plain", "");
   ::setenv("HOME", (home + "/plain/below").c_str(), 1);
   EXPECT_EQ(Quietly([] { SrcFile_SaveToLocation("wf", 1); }), 5);
   ::setenv("HOME", home.c_str(), 1);
@@ -371,7 +360,7 @@ std::string EntryOf(const std::string& name, const std::string& key) {
 }
 
 TEST(SrcFileProcesses, EachWriterKeepsItsChangeAndTheLastSaverWinsATie) {
-  Put(Home() + "/.peersrc", "C p_a= 1\nC p_b= 1\nC p_c= 1\n");
+  PutFile(Home() + "/.peersrc", "C p_a= 1\nC p_b= 1\nC p_c= 1\n");
   Peer first, second;
   for (Peer* peer : {&first, &second}) {
     for (const char* key : {"p_a", "p_b", "p_c"}) peer->Ask(std::string("def ") + key);

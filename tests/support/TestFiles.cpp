@@ -8,7 +8,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
+
+#include <gtest/gtest.h>
 
 #include "tools/SrfWriter.h"
 
@@ -94,4 +97,37 @@ RunResult RunProgram(const std::vector<std::string>& argv,
   ::waitpid(pid, &status, 0);
   result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   return result;
+}
+
+std::string FileText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream all;
+  all << in.rdbuf();
+  return all.str();
+}
+
+void PutFile(const std::string& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+}
+
+namespace {
+
+class BuildTreeSite : public ::testing::Environment {
+ public:
+  explicit BuildTreeSite(void (*init)()) : init_(init) {}
+  void SetUp() override {
+    ::setenv("TV_NO_RUN_FILE", "1", 1);
+    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
+    init_();
+  }
+
+ private:
+  void (*init_)();
+};
+
+}  // namespace
+
+bool UseBuildTreeSite(void (*init)()) {
+  ::testing::AddGlobalTestEnvironment(new BuildTreeSite(init));
+  return true;
 }

@@ -24,6 +24,17 @@ class TempDir {
   int owner_;
 };
 
+// The whole content of a file ("" when it can't be read), and a file made
+// or replaced with `text`.
+std::string FileText(const std::string& path);
+void PutFile(const std::string& path, const std::string& text);
+
+// Registers the global environment of a test program that uses the build
+// tree's catalogs: no run files, MARLENV at <build>/env, then `init` (the
+// module's initialiser) before the first test. Returns true, for use as a
+// namespace-scope initialiser.
+bool UseBuildTreeSite(void (*init)());
+
 using CatalogTexts = std::map<std::string, std::map<unsigned, std::string>>;
 
 // Writes `texts` as a catalog file at `path`.

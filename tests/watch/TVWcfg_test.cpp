@@ -63,17 +63,6 @@ std::string LockFile() {
   return StrIn(name).Str();
 }
 
-std::string Contents(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream all;
-  all << in.rdbuf();
-  return all.str();
-}
-
-void Put(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-}
-
 std::vector<TVWcfg_Entry*> Entries(TVWcfg_List list) {
   std::vector<TVWcfg_Entry*> entries;
   for (TVWcfg_Entry* e = list; e != nullptr; e = e->next) entries.push_back(e);
@@ -200,7 +189,7 @@ TEST_F(TVWcfgTest, AFolderLineStartsFromTheDemonsDefaultsANewEntryFromTheProgram
     Strings_Assign(kind == 10 ? Projects() + "/autorip" : std::string(), dir);
   });
   const std::string long200(200, 'o');
-  Put(CfgFile(),
+  PutFile(CfgFile(),
       "DEFAULT_USER=5:DEFAULT_GROUP=7\n"  // a global takes its line: the group is lost
       "MULTIHOSTHOTFOLDER=true\n"
       "MIN_FREE_DISC_SPACE=lots\n"
@@ -244,12 +233,12 @@ TEST_F(TVWcfgTest, AFolderLineStartsFromTheDemonsDefaultsANewEntryFromTheProgram
   TVWcfg_List rest = e[1];
   TVWcfg_Destroy(rest);
   ASSERT_TRUE(TVWcfg_SaveConfiguration(list_));
-  const std::string saved = Contents(CfgFile());
+  const std::string saved = FileText(CfgFile());
   EXPECT_EQ(saved.find("CPUUSE"), saved.find("FOLDER=/new:FILES=^[^\\.]:CPUUSE=Low\n") + 25) << saved;
   EXPECT_EQ(saved.find("CPUUSE"), saved.rfind("CPUUSE"));
 
   for (const auto& [text, interval] : {std::pair{"14", 60}, std::pair{"15", 15}}) {
-    Put(CfgFile(), std::string("DEFAULT_WATCH_INTERVAL=") + text + "\n");
+    PutFile(CfgFile(), std::string("DEFAULT_WATCH_INTERVAL=") + text + "\n");
     TVWcfg_Destroy(list_);
     list_ = Load();
     EXPECT_EQ(TVWcfg_DefaultWatchInterval, interval);
@@ -270,7 +259,7 @@ TEST_F(TVWcfgTest, TheFileIsLaidOutForTheDemon) {
   e->sequenceMode = 9;
   TVWcfg_AppendEntry(list_, e);
   ASSERT_TRUE(TVWcfg_SaveConfigAndParams(list_, 0, 0, false, -1, -1, 60));
-  EXPECT_EQ(Contents(CfgFile()),
+  EXPECT_EQ(FileText(CfgFile()),
             "#Automatically created\nVERSION=1\n#Disc space checking deactivated\n"
             "#Default = Execute jobs with ID of the current file\n"
             "FOLDER=/projects/workflow/Job Ticket:SUBDIRS=TRUE:OMIT=outdir,error:\\\n"
@@ -278,7 +267,7 @@ TEST_F(TVWcfgTest, TheFileIsLaidOutForTheDemon) {
             "\tACTIVITY=0-29 6-22 * * 1-5:CPUUSE=Low:USER=100:GROUP=7:\\\n"
             "\tSEQUENCEMODE=UNKNOWN\n");
   ASSERT_TRUE(TVWcfg_SaveConfigAndParams(list_, 10, 0, true, 100, -1, 30));
-  EXPECT_EQ(Contents(CfgFile()),
+  EXPECT_EQ(FileText(CfgFile()),
             "#Automatically created\nVERSION=1\nMIN_FREE_DISC_PERCENTAGE=10\nMULTIHOSTHOTFOLDER=TRUE\n"
             "#Default = Execute jobs with ID:\nDEFAULT_USER=100\nDEFAULT_WATCH_INTERVAL=30\n"
             "FOLDER=/projects/workflow/Job Ticket:SUBDIRS=TRUE:OMIT=outdir,error:\\\n"
@@ -296,7 +285,7 @@ TEST_F(TVWcfgTest, FailedSavesLeaveTheOldFileInForce) {
 
   TVWcfg_AppendEntry(list_, TVWcfg_CreateEntry());
   ASSERT_TRUE(TVWcfg_SaveConfiguration(list_));
-  const std::string old = Contents(CfgFile());
+  const std::string old = FileText(CfgFile());
   const std::string temporary = CfgFile() + "." + std::to_string(::getpid());
   Strings_Assign("/changed", list_->folder);
 
@@ -317,7 +306,7 @@ TEST_F(TVWcfgTest, FailedSavesLeaveTheOldFileInForce) {
   int status = -1;
   ASSERT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  EXPECT_EQ(Contents(CfgFile()), old);
+  EXPECT_EQ(FileText(CfgFile()), old);
   EXPECT_EQ(Messages_ErrorCount(false), 0u);
 }
 
@@ -379,7 +368,7 @@ TEST_F(TVWcfgTest, TokensExpandBeforeCompilingAndTellFinalPages) {
   EXPECT_STREQ(expanded, "(\\.jt..?$)|(\\.(tiff?|TIFF?|bmf?)$)|\\.jt..?$");
   EXPECT_EQ(TVWcfg_GetRegExp("(", finalPage), SRegExpr_Nil());
 
-  Put(CfgFile(), "FOLDER=/a:FILES=<images+Finalpage>:OMITFILES=<jobtickets>\nFOLDER=/b\n");
+  PutFile(CfgFile(), "FOLDER=/a:FILES=<images+Finalpage>:OMITFILES=<jobtickets>\nFOLDER=/b\n");
   list_ = Load(true);
   const std::vector<TVWcfg_Entry*> e = Entries(list_);
   EXPECT_TRUE(e[0]->finalPageMode && SRegExpr_Match(e[0]->filesRegExp, "p.fp"));
@@ -398,14 +387,14 @@ TEST_F(TVWcfgTest, CommandWordsGiveModeKindAndPriority) {
   EXPECT_EQ(TVWcfg_DetermineJobPriority("readyForCheck.sh"), 1);
   EXPECT_EQ(TVWcfg_DetermineJobPriority("AutoSort"), 0);
 
-  Put(CfgFile(), "FOLDER=/a:CMD=AutoSwch:ATONCE=2\n");
+  PutFile(CfgFile(), "FOLDER=/a:CMD=AutoSwch:ATONCE=2\n");
   list_ = Load();
   EXPECT_EQ(list_->mode, 8);
   EXPECT_EQ(list_->jobKind, 16);
 }
 
 TEST_F(TVWcfgTest, HighCpuUseIsTheFirstFittingEntrys) {
-  Put(CfgFile(),
+  PutFile(CfgFile(),
       "FOLDER=/w/low:CPUUSE=low\n"
       "FOLDER=/w/low/deep:SUBDIRS=TRUE\n"
       "FOLDER=/w:SUBDIRS=TRUE:CPUUSE=low\n"
@@ -436,7 +425,7 @@ TEST_F(TVWcfgTest, InstallerMarksAndTheLogDump) {
   TVWcfg_DumpFolderConfig(BFileIO_Nil(), *e);
   TVWcfg_DestroyEntry(e);
   BFileIO_Close(log);
-  EXPECT_EQ(Contents(dir.Path() + "/log"), "CONFIGURATION\n  SUBDIRS=TRUE\n  CMD=AutoSort\n  JOBPRIORITY=1\n\n");
+  EXPECT_EQ(FileText(dir.Path() + "/log"), "CONFIGURATION\n  SUBDIRS=TRUE\n  CMD=AutoSort\n  JOBPRIORITY=1\n\n");
 }
 
 // --- The lock ------------------------------------------------------------------------
@@ -492,11 +481,11 @@ TEST_F(TVWcfgTest, ALockWhoseOwnerIsGoneIsTakenOverAtTheFirstTry) {
   ASSERT_EQ(taken, 'L');
   ::kill(child, SIGKILL);
   ::waitpid(child, nullptr, 0);
-  EXPECT_EQ(Contents(LockFile()), std::to_string(child));
+  EXPECT_EQ(FileText(LockFile()), std::to_string(child));
   const auto start = Clock::now();
   ASSERT_TRUE(TVWcfg_LockConfiguration());
   EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(100));  // the first wait never came
-  EXPECT_EQ(Contents(LockFile()), std::to_string(::getpid()));
+  EXPECT_EQ(FileText(LockFile()), std::to_string(::getpid()));
   EXPECT_FALSE(fs::exists(LockFile() + "." + std::to_string(::getpid())));
 
   // An owner that exists but may not be signalled counts as gone too.
@@ -505,7 +494,7 @@ TEST_F(TVWcfgTest, ALockWhoseOwnerIsGoneIsTakenOverAtTheFirstTry) {
     ::chmod(site->Path().c_str(), 0755);
     ::chmod(fs::path(LockFile()).parent_path().c_str(), 0777);
     if (::getuid() != 0 || ::setuid(65534) != 0) ::_exit(77);
-    ::_exit(TVWcfg_LockConfiguration() && Contents(LockFile()) == std::to_string(::getpid()) ? 0 : 1);
+    ::_exit(TVWcfg_LockConfiguration() && FileText(LockFile()) == std::to_string(::getpid()) ? 0 : 1);
   }
   int status = -1;
   ASSERT_EQ(::waitpid(other, &status, 0), other);
@@ -520,14 +509,14 @@ TEST_F(TVWcfgTest, ALockWhoseOwnerIsGoneIsTakenOverAtTheFirstTry) {
 TEST_F(TVWcfgTest, ALiveOrUnreadableLockHoldsForSixTries) {
   ASSERT_TRUE(TVWcfg_LockConfiguration());
   for (const char* text : {"", "not a number"}) {
-    if (*text != '\0') Put(LockFile(), text);
+    if (*text != '\0') PutFile(LockFile(), text);
     const auto start = Clock::now();
     EXPECT_FALSE(TVWcfg_LockConfiguration()) << text;  // ours, and not re-entrant; or unreadable
     const auto waited = Clock::now() - start;
     EXPECT_GE(waited, std::chrono::milliseconds(1000));
     EXPECT_LT(waited, std::chrono::milliseconds(5000));
   }
-  EXPECT_EQ(Contents(LockFile()), "not a number");
+  EXPECT_EQ(FileText(LockFile()), "not a number");
   EXPECT_EQ(std::distance(fs::directory_iterator(fs::path(LockFile()).parent_path()), {}), 1);
 
   TVWcfg_UnlockConfiguration();
