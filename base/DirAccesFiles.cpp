@@ -170,7 +170,8 @@ bool DirAcces_ReadLink(StrIn link, StrOut target) {
   char buffer[PATH_MAX];
   const ssize_t n = ::readlink(link.Str().c_str(), buffer, sizeof buffer - 1);
   if (n < 0) return Fail();
-  Strings_Assign(StrIn(buffer, static_cast<std::size_t>(n)), target);
+  buffer[n] = '\0';
+  Strings_Assign(StrIn::C(buffer), target);
   return true;
 }
 

@@ -206,6 +206,10 @@ TEST(DirAccesFiles, RenameCopyAndDirectories) {
   DirAcces_CloseDir(handle);
   std::sort(names.begin(), names.end());
   EXPECT_EQ(names, (std::vector<std::string>{"b", "x"}));
+  char target[kPathCap];
+  ASSERT_TRUE(DirAcces_Symlink("elsewhere", dir.Path() + "/link"));
+  ASSERT_TRUE(DirAcces_ReadLink(dir.Path() + "/link", target));
+  EXPECT_STREQ(target, "elsewhere");
   char found[kPathCap];
   EXPECT_TRUE(DirAcces_AccessICASE(dir.Path() + "/X", DirAcces_Mode::Exists, found));
   EXPECT_EQ(std::string(found), dir.Path() + "/x");
