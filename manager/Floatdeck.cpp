@@ -12,6 +12,8 @@
 #include "base/SPrintf.h"
 #include "base/StringOp.h"
 #include "rc/SrcFile.h"
+#include "workflow/WFbase.h"
+#include "workflow/WFdebug.h"
 
 std::uint8_t Floatdeck_batchMode = Floatdeck_Interactive;
 char Floatdeck_wfName[kNameCap] = "";
@@ -39,6 +41,8 @@ void InitModules() {
   Catalog_Init();
   DirAcces_Init();
   SrcFile_Init();  // the "[global]" settings are there before anything else reads them
+  WFbase_Init();
+  WFdebug_Init();
 }
 
 // Tells the operator that `option`'s mode is not part of this build and
@@ -50,9 +54,24 @@ bool ModeNotAvailable(StrIn option) {
   return false;
 }
 
+// Rebuilds the workflow from disk, repairing nothing, and writes it to
+// standard error; a failure gives the reasons instead.
+bool DumpWorkflow(StrIn name) {
+  WFbase_SetFeedback(false);
+  WFbase workflow = WFbase_RebuildWorkflow(name, WFbase_NoAnswer, Floatdeck_errMsg);
+  if (workflow == WFbase_NilWorkflow()) {
+    Messages_GetMessage(section, 2);
+    std::fprintf(stderr, "%s\n%s\n", Messages_message, StrIn(Floatdeck_errMsg).Str().c_str());
+    return false;
+  }
+  WFdebug_WriteWorkflow(stderr, workflow);
+  WFbase_DestroyWorkflow(workflow);
+  return true;
+}
+
 bool RunMode(std::uint8_t mode) {
   switch (mode) {
-    case Floatdeck_Dump: return ModeNotAvailable("-i");
+    case Floatdeck_Dump: return DumpWorkflow(Floatdeck_wfName);
     case Floatdeck_Pack: return ModeNotAvailable("-p");
     case Floatdeck_Unpack: return ModeNotAvailable("-u");
     case Floatdeck_Slave: return Floatdeck_SyncSlave(Floatdeck_masterInfo);

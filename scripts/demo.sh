@@ -11,6 +11,9 @@ mkdir -p "$sandbox/projects/workflow" "$sandbox/customer" "$sandbox/dat"
 export TV_PROJECTS="$sandbox/projects" TV_CUSTOMER="$sandbox/customer" MARLDAT="$sandbox/dat"
 unset MARLENV MARLLIB
 
+# The sample workflow: start, rename, duplicate with two outs, filter, outdir.
+scripts/sample-workflow.sh "$TV_PROJECTS" sample
+
 echo "== Sandbox installation: $sandbox"
 echo "== Floatdeck -?"
 build/bin/Floatdeck -? || true

@@ -9,6 +9,7 @@
 #include "base/SPrintf.h"
 #include "image/SIsuffix.h"
 #include "workflow/WFfolderRec.h"
+#include "workflow/WFtvwCfg.h"
 
 namespace {
 
@@ -308,19 +309,6 @@ namespace {
 constexpr char kAllFiles[] = "^[^\\.]";
 constexpr char kJxkFiles[] = "\\.jxk$";
 
-// The demon's symbolic expression of images, final pages and tickets.
-void ImagesExpr(bool finalPage, bool addJobTickets, bool onlyJobTickets, StrOut files) {
-  if (onlyJobTickets) {
-    Strings_Assign(TVWcfg_jobTickets, files);
-    return;
-  }
-  Strings_Assign(finalPage ? StrIn(TVWcfg_allImagesFP) : StrIn(TVWcfg_allImages), files);
-  if (addJobTickets) {
-    Strings_Concat(files, "|", files);
-    Strings_Concat(files, TVWcfg_jobTickets, files);
-  }
-}
-
 // PostScript and PDF files together with their information files.
 void PsPdfWithInfoExpr(StrOut files) {
   NameStr ps, pdf, escapedPs, escapedPdf;
@@ -350,8 +338,8 @@ void StartFilesExpr(WFfolder folder, StrOut files, StrOut omitFiles) {
     case 1: Strings_Assign(TVWcfg_allImagesFP, files); break;
     case 3: Strings_Assign(TVWcfg_psFiles, files); break;
     case 4: WFfolder_GetStringOptDef(folder, "FILESREGEXP", kAllFiles, files); break;
-    case 5: ImagesExpr(false, true, false, files); break;
-    case 6: ImagesExpr(true, true, false, files); break;
+    case 5: WFtvwCfg_BuildFilesRegExpr(false, true, false, files); break;
+    case 6: WFtvwCfg_BuildFilesRegExpr(true, true, false, files); break;
     case 7: Strings_Assign(TVWcfg_jobTickets, files); break;
     case 8: Strings_Assign(TVWcfg_jxkBitmaps, files); break;
     case 9: Strings_Assign(kJxkFiles, files); break;
@@ -408,7 +396,7 @@ void WFfolder_GetFileRegExpr(WFfolder folder, StrOut files, StrOut omitFiles) {
       if (WFfolder_WorksOnFiles(folder)) {
         Strings_Assign(kAllFiles, files);
       } else {
-        ImagesExpr(WFfolder_FinalpageMode(folder), false, WFfolder_JobticketMode(folder), files);
+        WFtvwCfg_BuildFilesRegExpr(WFfolder_FinalpageMode(folder), false, WFfolder_JobticketMode(folder), files);
       }
       break;
     default:

@@ -29,6 +29,23 @@ class FloatdeckCli : public ::testing::Test {
 
 std::size_t Lines(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
 
+// A site with the sample workflow laid out by the demo's own script.
+class WorkflowDump : public FloatdeckCli {
+ protected:
+  const std::string projects = site.Path() + "/projects";
+  const std::string start = projects + "/workflow/sample";
+  const std::string rename = projects + "/autofolder/autorename/flow_sample_0";
+  const std::string duplicate = projects + "/autofolder/autoduplicate/flow_sample_0";
+  const std::string filter = projects + "/autofolder/autofilter/flow_sample_0";
+
+  void SetUp() override {
+    const RunResult made =
+        RunProgram({"/bin/bash", FLOATDECK_SOURCE_DIR "/scripts/sample-workflow.sh", projects}, {});
+    ASSERT_EQ(made.status, 0) << made.err;
+  }
+  RunResult Dump(const std::string& name) { return Run({"-i", name}, {{"TV_PROJECTS", projects}}); }
+};
+
 }  // namespace
 
 TEST_F(FloatdeckCli, RefusedCommandLinesShowTheUsage) {
@@ -54,7 +71,7 @@ TEST_F(FloatdeckCli, UsageFollowsTheLanguage) {
 
 TEST_F(FloatdeckCli, ModesNotYetBuiltSayWhichAndFail) {
   for (const std::vector<std::string>& args :
-       std::vector<std::vector<std::string>>{{"-i", "wf"}, {"-p", "all"}, {"-S", "master:9912"}}) {
+       std::vector<std::vector<std::string>>{{"-p", "all"}, {"-S", "master:9912"}}) {
     const RunResult r = Run(args);
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.out, "");
@@ -86,4 +103,34 @@ TEST_F(FloatdeckCli, SiteControlFiles) {
   const RunResult unwritable = Run({"-?"}, {{"MARLDAT", dat.Path() + "/stopped/sub"}, {"TV_NO_RUN_FILE", ""}});
   EXPECT_EQ(unwritable.status, 1);
   EXPECT_EQ(unwritable.err, "*** Fatal: Can't write to directory $MARLDAT==" + dat.Path() + "/stopped/sub\n");
+}
+
+TEST_F(WorkflowDump, TheSampleShowsEachFolderOnceInDepthFirstOrder) {
+  const RunResult r = Dump("sample");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.err, "\nWorkflow sample:\n"
+                   "[1] START: " + start + " --> [2]\n"
+                   "[2] RENAME: " + rename + " --> [3]\n"
+                   "[3] DUPLICATE: " + duplicate + " --> [4], [5]\n"
+                   "[4] END: " + start + "/outdir\n"
+                   "[5] FILTER: " + filter + " --> [4]\n");
+}
+
+TEST_F(WorkflowDump, AFailedRebuildSaysWhyAndFails) {
+  const std::string failed = "The workflow could not be rebuilt from its folders:\n";
+  std::filesystem::remove_all(filter);
+  const RunResult missing = Dump("sample");
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.out, "");
+  EXPECT_EQ(missing.err, failed + "The folder " + filter + " does not exist or cannot be used.\n");
+
+  PutFile(duplicate + "/.autoduplrc", ": _OUTDIR_=" + start + "/outdir\n: _OUTDIR2_=" + duplicate + "\n");
+  const RunResult ownOut = Dump("sample");
+  EXPECT_EQ(ownOut.status, 1);
+  EXPECT_EQ(ownOut.err, failed + "The folder " + duplicate + " names itself as its out directory.\n");
+
+  const RunResult unknown = Dump("nosuch");
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_EQ(unknown.err, failed + "The folder " + projects + "/workflow/nosuch does not exist or cannot be used.\n");
 }
