@@ -6,9 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
 
 #include "base/Messages.h"

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -21,17 +20,14 @@ class BOutInTest : public ::testing::Test {
  protected:
   // A file holding `text`, opened for reading.
   BFileIO_File Holding(const std::string& text) {
-    std::ofstream(path_, std::ios::binary | std::ios::trunc) << text;
+    PutFile(path_, text);
     BFileIO_Close(file_);
     file_ = BFileIO_Open(path_, FileIO_readMode);
     return file_;
   }
   std::string Written() {
     BFileIO_Close(file_);
-    std::ifstream in(path_, std::ios::binary);
-    std::ostringstream all;
-    all << in.rdbuf();
-    return all.str();
+    return FileText(path_);
   }
   void TearDown() override { BFileIO_Close(file_); }
 

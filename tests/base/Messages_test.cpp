@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <fstream>
-#include <sstream>
-
 #include "base/Argument.h"
 #include "tests/support/TestFiles.h"
 
@@ -154,9 +151,7 @@ TEST_F(MessagesTest, ShowErrorWritesTheReportFrame) {
   std::FILE* file = std::fopen(path.c_str(), "w");
   Messages_ShowError(file);
   std::fclose(file);
-  std::stringstream written;
-  written << std::ifstream(path).rdbuf();
-  EXPECT_EQ(written.str(),
+  EXPECT_EQ(FileText(path),
             "\nREPORT\n"
             "  (LongSectionName,  12) : *** ERROR (LongSectionName, 12) : message text not found ***\n"
             "  (Test,       3) : third\n"

@@ -8,9 +8,7 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>

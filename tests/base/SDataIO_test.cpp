@@ -7,46 +7,48 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "base/Messages.h"
 #include "base/SIdPool.h"
 #include "tests/fuzz/SDataIOFields.h"
+#include "tests/support/TestFiles.h"
 
 namespace {
 
 // The tests read the words of the build's own catalogs.
-class BuildCatalogs : public ::testing::Environment {
- public:
-  void SetUp() override {
-    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-    ::setenv("LANGUAGE", "eng", 1);
-    ::unsetenv("DEBUG");
-    SDataIO_Init();
-  }
-};
-const auto* const catalogs = ::testing::AddGlobalTestEnvironment(new BuildCatalogs);
+const bool site = UseBuildTreeSite([] {
+  ::setenv("LANGUAGE", "eng", 1);
+  ::unsetenv("DEBUG");
+  SDataIO_Init();
+});
 
 using fuzzfields::Value;
 using fuzzfields::Values;
 
 unsigned Key(const char* name) { return SIdPool_EnterId(StrIn::C(name)); }
 
-std::string Generate(Values& values, bool suppressDefaults = false) {
+// What `write` generates with the given indentation.
+template <class Write>
+std::string Generated(unsigned indent, Write write) {
   char* buffer = nullptr;
   std::size_t size = 0;
   std::FILE* stream = ::open_memstream(&buffer, &size);
-  SDataIO_StartGenerate(stream, 2);
-  SDataIO_SurpressDefault(suppressDefaults);
-  fuzzfields::WriteFields(&values);
+  SDataIO_StartGenerate(stream, indent);
+  write();
   EXPECT_TRUE(SDataIO_FinishGenerate());
   std::fclose(stream);
   std::string text(buffer, size);
   std::free(buffer);
   return text;
+}
+
+std::string Generate(Values& values, bool suppressDefaults = false) {
+  return Generated(2, [&] {
+    SDataIO_SurpressDefault(suppressDefaults);
+    fuzzfields::WriteFields(&values);
+  });
 }
 
 struct Outcome {
@@ -148,9 +150,7 @@ TEST(SDataIO, BooleansTakeSixWordsAndEnumerationsTheirOwn) {
   EXPECT_EQ(yes.error, SDataIO_kSyntax);
   EXPECT_NE(yes.message.find("false " + OrWord() + " true"), std::string::npos) << yes.message;
 
-  const Outcome lower = Parse("E = red;");
-  EXPECT_EQ(lower.error, SDataIO_kSyntax);
-  EXPECT_NE(lower.message.find("RED, GREEN " + OrWord() + " BLUE"), std::string::npos) << lower.message;
+  EXPECT_NE(Parse("E = red;").message.find("RED, GREEN " + OrWord() + " BLUE"), std::string::npos);
 }
 
 TEST(SDataIO, UnknownKeysArePassedOverWholeAndReported) {
@@ -249,19 +249,13 @@ TEST(SDataIO, AnErrorNobodyIgnoresEndsTheProcess) {
 }
 
 TEST(SDataIO, CommentsAreWrittenSoThatTheyReadOver) {
-  char* buffer = nullptr;
-  std::size_t size = 0;
-  std::FILE* stream = ::open_memstream(&buffer, &size);
-  SDataIO_StartGenerate(stream, 4);
-  SDataIO_BeginComment();
-  SDataIO_WriteComment("not *) the end (*");
-  SDataIO_EndComment();
-  SDataIO_WriteComment("(*)");
-  SDataIO_WriteSub(Key("D"), nullptr, [](void*) { SDataIO_WriteComment("inside"); });
-  EXPECT_TRUE(SDataIO_FinishGenerate());
-  std::fclose(stream);
-  const std::string text(buffer, size);
-  std::free(buffer);
+  const std::string text = Generated(4, [] {
+    SDataIO_BeginComment();
+    SDataIO_WriteComment("not *) the end (*");
+    SDataIO_EndComment();
+    SDataIO_WriteComment("(*)");
+    SDataIO_WriteSub(Key("D"), nullptr, [](void*) { SDataIO_WriteComment("inside"); });
+  });
   EXPECT_EQ(text,
             "(********************\nnot * ) the end ( *\n********************)\n"
             "(* ( * ) *)\nD = {\n    (* inside *)\n};\n");
@@ -298,10 +292,7 @@ TEST(SDataIO, MalformedFilesThatOnceBrokeTheParserAreRefused) {
   const std::filesystem::path dir = FLOATDECK_SOURCE_DIR "/tests/data/malformed/SDataIO";
   int files = 0;
   for (const auto& entry : std::filesystem::directory_iterator(dir)) {
-    std::ifstream in(entry.path(), std::ios::binary);
-    std::stringstream bytes;
-    bytes << in.rdbuf();
-    const std::string text = bytes.str();
+    const std::string text = FileText(entry.path());
     const Outcome out = Parse(text);
     EXPECT_FALSE(out.ok) << entry.path();
     EXPECT_GE(out.line, 1u) << entry.path();

@@ -11,8 +11,6 @@
 #include <errno.h>
 
 #include <chrono>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "base/Argument.h"
@@ -24,17 +22,11 @@
 
 namespace {
 
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-    static const char* const args[] = {program_invocation_name};
-    Argument_Init(1, args);
-    Messages_Init();
-  }
-};
-const auto* const site = ::testing::AddGlobalTestEnvironment(new Site);
+const bool site = UseBuildTreeSite([] {
+  static const char* const args[] = {program_invocation_name};
+  Argument_Init(1, args);
+  Messages_Init();
+});
 
 std::uint16_t FreePort() {
   Socket probe = Socket_Listen("127.0.0.1", 0, 256);
@@ -164,10 +156,7 @@ TEST_F(Service, RequestsChecksAndVersions) {
   EXPECT_FALSE(SClient_Send(conn, ECHO, Of(SReqObj_CreateInteger(1)), nullptr));
   EXPECT_EQ(SClient_ErrorCode(conn), SClient_BadRequest);
   EXPECT_FALSE(SClient_Send(conn, SLOW, Of(SReqObj_CreateInteger(5001)), nullptr));
-  std::ifstream dump("/tmp/.protocol.errors");
-  std::stringstream all;
-  all << dump.rdbuf();
-  EXPECT_NE(all.str().find("pid " + std::to_string(::getpid()) + " fdtestsvc: Value out of range for parameter ms"),
+  EXPECT_NE(FileText("/tmp/.protocol.errors").find("pid " + std::to_string(::getpid()) + " fdtestsvc: Value out of range for parameter ms"),
             std::string::npos);
 
   // A string one byte over the limit is refused whole; the line stays in step.
@@ -240,10 +229,7 @@ TEST_F(Service, ListenersGetEventsButAskNothing) {
 TEST(SClientStart, LocalServiceIsStartedOncePerReconnect) {
   TempDir dir;
   const std::string log = dir.Path() + "/starts";
-  {
-    std::ofstream script(dir.Path() + "/fdtest_autostart");
-    script << "#!/bin/sh\necho started >> " << log << "\n";
-  }
+  PutFile(dir.Path() + "/fdtest_autostart", "#!/bin/sh\necho started >> " + log + "\n");
   ::chmod((dir.Path() + "/fdtest_autostart").c_str(), 0755);
   const std::string path = ::getenv("PATH");
   ::setenv("PATH", (dir.Path() + ":" + path).c_str(), 1);
@@ -261,12 +247,7 @@ TEST(SClientStart, LocalServiceIsStartedOncePerReconnect) {
 
   // The script runs in the background: give it a moment to write.
   std::string lines;
-  for (int i = 0; i < 50 && lines.size() < 16; ++i, Utility_Delay(20)) {
-    std::ifstream in(log);
-    std::stringstream all;
-    all << in.rdbuf();
-    lines = all.str();
-  }
+  for (int i = 0; i < 50 && lines.size() < 16; ++i, Utility_Delay(20)) lines = FileText(log);
   EXPECT_EQ(lines, "started\nstarted\n");
   SClient_CloseConn(conn);
   SProtocol_Destroy(p);

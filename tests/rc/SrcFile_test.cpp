@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <random>
 #include <sstream>
@@ -28,28 +27,20 @@
 namespace {
 
 // The site of the whole run: HOME, TV_CUSTOMER and the current directory lie
-// in a directory of its own. The directory is removed by TearDown only, which
-// forked peers never run.
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    dir_ = new TempDir;
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-    ::setenv("HOME", dir_->Make("home/").c_str(), 1);
-    ::setenv("TV_CUSTOMER", dir_->Make("site/").c_str(), 1);
-    std::filesystem::current_path(dir_->Make("cwd/"));
-    SrcFile_Init();
-  }
-  void TearDown() override { delete dir_; }
-  static TempDir* dir_;
-};
-TempDir* Site::dir_ = nullptr;
+// in a directory of its own, which forked peers leave in place.
+const TempDir& Dir() {
+  static const TempDir dir;
+  return dir;
+}
+const bool site = UseBuildTreeSite([] {
+  ::setenv("HOME", Dir().Make("home/").c_str(), 1);
+  ::setenv("TV_CUSTOMER", Dir().Make("site/").c_str(), 1);
+  std::filesystem::current_path(Dir().Make("cwd/"));
+  SrcFile_Init();
+});
 
-const auto* const site = ::testing::AddGlobalTestEnvironment(new Site);
-
-std::string Home() { return Site::dir_->Path() + "/home"; }
-std::string SiteDir() { return Site::dir_->Path() + "/site"; }
+std::string Home() { return Dir().Path() + "/home"; }
+std::string SiteDir() { return Dir().Path() + "/site"; }
 
 // Runs `call` with errors ignored; the error it left.
 template <class Call>

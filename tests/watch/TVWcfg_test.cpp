@@ -11,10 +11,9 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <random>
 #include <set>
-#include <sstream>
+#include <tuple>
 #include <string>
 #include <vector>
 
@@ -30,26 +29,19 @@ using Clock = std::chrono::steady_clock;
 
 // The configuration's directory is fixed when the module starts, so the
 // whole program shares one site.
-TempDir* site = nullptr;
+const TempDir& Site() {
+  static const TempDir site;
+  return site;
+}
+std::string Projects() { return Site().Path() + "/projects"; }
 
-std::string Projects() { return site->Path() + "/projects"; }
-
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    fs::create_directories(site->Path() + "/cfg");
-    fs::create_directories(Projects());
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", (site->Path() + "/cfg:" FLOATDECK_BINARY_DIR "/env").c_str(), 1);
-    ::setenv("TV_PROJECTS", Projects().c_str(), 1);
-    ::setenv("HOST", "pressroom7", 1);
-    TVWcfg_Init();
-  }
-  void TearDown() override { delete site; }
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
+const bool site = UseBuildTreeSite([] {
+  Site().Make("cfg/"), Site().Make("projects/");
+  ::setenv("MARLENV", (Site().Path() + "/cfg:" FLOATDECK_BINARY_DIR "/env").c_str(), 1);
+  ::setenv("TV_PROJECTS", Projects().c_str(), 1);
+  ::setenv("HOST", "pressroom7", 1);
+  TVWcfg_Init();
+});
 
 std::string CfgFile() {
   char name[kNameCap];
@@ -170,13 +162,11 @@ TEST_F(TVWcfgTest, ThousandsOfFoldersComeBackFieldByField) {
     TVWcfg_Destroy(list_);
     list_ = Load();
     ASSERT_EQ(TVWcfg_error, 0);
-    EXPECT_EQ(TVWcfg_Version, 1);
-    EXPECT_EQ(TVWcfg_MinFreeDiscPercentage, globals.percent);
-    EXPECT_EQ(TVWcfg_MinFreeDiscSpace, globals.space);
-    EXPECT_EQ(TVWcfg_MultiHostHotfolder, globals.multiHost);
-    EXPECT_EQ(TVWcfg_DefaultJobUID, globals.uid);
-    EXPECT_EQ(TVWcfg_DefaultJobGID, globals.gid);
-    EXPECT_EQ(TVWcfg_DefaultWatchInterval, globals.interval);
+    EXPECT_EQ(std::tuple(TVWcfg_Version, TVWcfg_MinFreeDiscPercentage, TVWcfg_MinFreeDiscSpace,
+                         TVWcfg_MultiHostHotfolder, TVWcfg_DefaultJobUID, TVWcfg_DefaultJobGID,
+                         TVWcfg_DefaultWatchInterval),
+              std::tuple(1, globals.percent, globals.space, globals.multiHost, globals.uid, globals.gid,
+                         globals.interval));
     const std::vector<TVWcfg_Entry*> read = Entries(list_);
     ASSERT_EQ(read.size(), written.size());
     for (std::size_t i = 0; i < read.size(); ++i) ASSERT_EQ(TVWcfgDescribe(*read[i]), written[i]) << "folder " << i;
@@ -491,7 +481,7 @@ TEST_F(TVWcfgTest, ALockWhoseOwnerIsGoneIsTakenOverAtTheFirstTry) {
   // An owner that exists but may not be signalled counts as gone too.
   const pid_t other = ::fork();
   if (other == 0) {
-    ::chmod(site->Path().c_str(), 0755);
+    ::chmod(Site().Path().c_str(), 0755);
     ::chmod(fs::path(LockFile()).parent_path().c_str(), 0777);
     if (::getuid() != 0 || ::setuid(65534) != 0) ::_exit(77);
     ::_exit(TVWcfg_LockConfiguration() && FileText(LockFile()) == std::to_string(::getpid()) ? 0 : 1);
