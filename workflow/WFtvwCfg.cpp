@@ -126,6 +126,22 @@ bool FinishChange(bool changed) {
   return !changed || saved;
 }
 
+// Takes the configuration's lock; says so when it can't be had.
+bool LockOrTell() {
+  if (Lock()) return true;
+  Message(3);
+  return false;
+}
+
+// Under the lock, the entry of `folder`; nil, with the lock given back, when
+// it can't be locked or has no entry.
+TVWcfg_Entry* LockedEntry(StrIn folder) {
+  if (!LockOrTell()) return nullptr;
+  TVWcfg_Entry* e = WFtvwCfg_GetEntry(folder);
+  if (e == nullptr) FinishChange(false);
+  return e;
+}
+
 // Enters the folder at the head of the list unless a tree watches it already.
 // `added` tells whether the list changed.
 bool MyAdd(WFfolder folder, bool& added) {
@@ -494,10 +510,7 @@ bool WFtvwCfg_UpdateSubentry(WFfolder folder) {
   SAutoRcF_Sequence sequence;
   const auto sequenceMode = static_cast<std::uint8_t>(WFfolder_SequenceMode(folder, sequence));
   const bool needed = finalPage || jobTicket || sequenceMode != 0;
-  if (!Lock()) {
-    Message(3);
-    return false;
-  }
+  if (!LockOrTell()) return false;
   WFtvwCfg_ReloadTVWcfg();
   tvwCfgLocked = true;
   const std::string path = FolderPath(folder);
@@ -544,10 +557,7 @@ bool WFtvwCfg_UpdateSubentry(WFfolder folder) {
 bool WFtvwCfg_DeleteSubentry(WFfolder folder) {
   WFtvwCfg_Init();
   if (folder == WFfolder_Nil()) return true;
-  if (!Lock()) {
-    Message(3);
-    return false;
-  }
+  if (!LockOrTell()) return false;
   WFtvwCfg_ReloadTVWcfg();
   tvwCfgLocked = true;
   const std::string path = FolderPath(folder);
@@ -563,15 +573,8 @@ bool WFtvwCfg_DeleteSubentry(WFfolder folder) {
 
 bool WFtvwCfg_Update(const TVWcfg_Entry& values) {
   WFtvwCfg_Init();
-  if (!Lock()) {
-    Message(3);
-    return false;
-  }
-  TVWcfg_Entry* e = WFtvwCfg_GetEntry(values.folder);
-  if (e == nullptr) {
-    FinishChange(false);
-    return false;
-  }
+  TVWcfg_Entry* e = LockedEntry(values.folder);
+  if (e == nullptr) return false;
   bool changed = false;
   auto text = [&](char* field, std::size_t high, const char* value, std::size_t valueHigh) {
     if (Strings_Equal(StrIn(field, high), StrIn(value, valueHigh))) return;
@@ -603,15 +606,8 @@ bool WFtvwCfg_Update(const TVWcfg_Entry& values) {
 
 bool WFtvwCfg_Delete(const TVWcfg_Entry& values) {
   WFtvwCfg_Init();
-  if (!Lock()) {
-    Message(3);
-    return false;
-  }
-  TVWcfg_Entry* e = WFtvwCfg_GetEntry(values.folder);
-  if (e == nullptr) {
-    FinishChange(false);
-    return false;
-  }
+  TVWcfg_Entry* e = LockedEntry(values.folder);
+  if (e == nullptr) return false;
   RemoveEntry(tvwCfg, e);
   return FinishChange(true);
 }
