@@ -178,11 +178,13 @@ bool Owns(const WFconfig_Entry& entry, StrIn path) {
   return false;
 }
 
+// Every field is written behind a ":"; the caller drops the first one. (An
+// empty first field must still count, so "is the text empty" can't decide.)
 void AppendField(std::string& text, StrIn value) {
   WideStr escaped;
   Strings_Assign(value, escaped);
   StringOp_Escape(escaped, kStringEscapes);
-  if (!text.empty()) text += ':';
+  text += ':';
   text += StrIn(escaped).View();
 }
 
@@ -455,7 +457,7 @@ void WFconfig_EntryToString(const WFconfig_Entry& entry, StrOut text) {
   AppendNumber(line, entry.silence);
   AppendNumber(line, entry.user);
   AppendNumber(line, entry.group);
-  Strings_Assign(line, text);
+  Strings_Assign(line.substr(1), text);
 }
 
 bool WFconfig_StringToEntry(StrIn text, WFconfig_Entry& entry) {

@@ -314,6 +314,16 @@ TEST(WFconfig, OneStringFormRoundTrip) {
   EXPECT_FALSE(back.mark);
   EXPECT_EQ(back.next, nullptr);
 
+  // An empty first field is still a field.
+  WFconfig_Entry unnamed = back;
+  unnamed.shortDesc[0] = '\0';
+  TextStr unnamedText;
+  WFconfig_EntryToString(unnamed, unnamedText);
+  EXPECT_EQ(unnamedText[0], ':');
+  WFconfig_Entry unnamedBack;
+  EXPECT_TRUE(WFconfig_StringToEntry(unnamedText, unnamedBack));
+  EXPECT_STREQ(unnamedBack.folder, "/x:y/z\\");
+
   // Too few fields, or a number that is none: false, the entry untouched.
   for (const std::string& bad : {std::string("a:b:c"), std::string(text).replace(std::string(text).find(":2:"), 3, ":two:")}) {
     EXPECT_FALSE(WFconfig_StringToEntry(bad, back)) << bad;
