@@ -209,7 +209,9 @@ void DirAcces_IncludeSpecialPath(int number, StrIn name, StrOut path) {
   char list[kTextCap], first[kPathCap];
   DirAcces_GetSpecialPath(number, list);
   if (!DirAcces_GetPath(list, first)) Strings_Assign("/", first);
-  DirAcces_IncludePath(first, name, path);
+  // An empty name asks for the element itself, not for a directory below it.
+  if (name.Empty()) Strings_Assign(first, path);
+  else DirAcces_IncludePath(first, name, path);
 }
 
 bool DirAcces_GetPath(StrOut list, StrOut element) {

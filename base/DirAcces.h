@@ -40,7 +40,8 @@ void DirAcces_PutEnvVar(StrIn name, StrIn value);
 
 // The list of special path `number`; a number above 6 stands for "/".
 void DirAcces_GetSpecialPath(int number, StrOut list);
-// The first element of that list with `name` appended; "/" for an empty list.
+// The first element of that list with `name` appended ("/" for an empty
+// list); an empty name gives the element itself.
 void DirAcces_IncludeSpecialPath(int number, StrIn name, StrOut path);
 // Takes the first element off `list` into `element`; false when list is empty.
 bool DirAcces_GetPath(StrOut list, StrOut element);

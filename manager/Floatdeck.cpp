@@ -23,6 +23,8 @@ std::int32_t Floatdeck_startupUnit = -1;
 char Floatdeck_errMsg[kTextCap] = "";
 char Floatdeck_thisHost[kNameCap] = "";
 bool Floatdeck_privilegedUser = false;
+TVWbase_DemonInfo Floatdeck_selfInfo;
+TVWbase_DemonInfo Floatdeck_demonInfo;
 
 namespace {
 
@@ -87,9 +89,15 @@ void Floatdeck_Main(int argc, const char* const* argv) {
   InitModules();
   // 2. The program's own catalog is searched first from now on.
   Messages_UseMsgCat("FLOATDECKmsg");
-  // 3. This machine.
+  // 3. This machine and this installation.
   DirAcces_GetMachineName(Floatdeck_thisHost);
   Floatdeck_privilegedUser = false;
+  Floatdeck_selfInfo = TVWbase_DemonInfo{};
+  DirAcces_IncludeSpecialPath(DirAcces_MARLLIB, "", Floatdeck_selfInfo.libDir);
+  DirAcces_IncludeSpecialPath(DirAcces_MARLDAT, "", Floatdeck_selfInfo.dataDir);
+  DirAcces_IncludeSpecialPath(DirAcces_TV_CUSTOMER, "", Floatdeck_selfInfo.customerDir);
+  DirAcces_IncludeSpecialPath(DirAcces_TV_PROJECTS, "", Floatdeck_selfInfo.projectsDir);
+  Floatdeck_demonInfo = TVWbase_DemonInfo{};
   // 4. Anything that does not explicitly succeed leaves with 1.
   Processe_SetExitStatus(1);
   // 5. The command line, then the one mode.

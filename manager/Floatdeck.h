@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "base/Strings.h"
+#include "watch/TVWbase.h"
 
 // The modes of the program.
 enum Floatdeck_Mode : std::uint8_t {
@@ -28,6 +29,10 @@ extern std::int32_t Floatdeck_startupUnit;
 extern char Floatdeck_errMsg[kTextCap];
 extern char Floatdeck_thisHost[kNameCap];
 extern bool Floatdeck_privilegedUser;
+// This software instance (its installation's directories), and the running
+// demon's, learnt later.
+extern TVWbase_DemonInfo Floatdeck_selfInfo;
+extern TVWbase_DemonInfo Floatdeck_demonInfo;
 
 // The whole program: start-up, one mode, Processe_Exit. Never returns.
 [[noreturn]] void Floatdeck_Main(int argc, const char* const* argv);

@@ -44,6 +44,8 @@ TEST(DirAccesPaths, ListsAreTakenApartElementByElement) {
   ::setenv("TV_PROJECTS", "/first:/second", 1);
   DirAcces_IncludeSpecialPath(DirAcces_TV_PROJECTS, "workflow", element);
   EXPECT_STREQ(element, "/first/workflow");
+  DirAcces_IncludeSpecialPath(DirAcces_TV_PROJECTS, "", element);  // the element itself
+  EXPECT_STREQ(element, "/first");
   DirAcces_IncludeSpecialPath(42, "x", element);  // numbers above 6 stand for "/"
   EXPECT_STREQ(element, "/x");
 }
