@@ -1,5 +1,5 @@
 // The resource manager's client against the real RMserver, started here on a
-// free loopback port (and with its pipe service in a private MARLDAT).
+// free loopback port (and with its pipe service in the private MARLDAT).
 #include "jobqueue/SRM.h"
 
 #include <errno.h>
@@ -17,47 +17,29 @@
 #include "base/Utility.h"
 #include "jobqueue/SClient.h"
 #include "jobqueue/SRMproto.h"
-#include "jobqueue/Socket.h"
 #include "tests/support/TestFiles.h"
 
 namespace {
 
 TempDir* site = nullptr;
-pid_t server = -1;
+int server = -1;
 
 void StartServer() {
-  server = ::fork();
-  if (server == 0) {
-    ::setenv("TV_RMSERVER_USE_SCIPC_SERVICES", "on", 1);
-    ::execl(FLOATDECK_BINARY_DIR "/bin/RMserver", "RMserver", "-b", "127.0.0.1", static_cast<char*>(nullptr));
-    ::_exit(127);
-  }
-  const auto port = static_cast<std::uint16_t>(std::stoi(::getenv("TV_RMSERVER_PORT")));
-  for (int i = 0; i < 250; ++i, Utility_Delay(20)) {
-    Socket probe = Socket_Connect("127.0.0.1", port, 256, 100);
-    if (probe != nullptr) return Socket_Close(probe);
-  }
-  FAIL() << "RMserver did not come up";
+  // The server serves its pipe transport too, for the test of the pipes.
+  server = StartRMserver({{"TV_RMSERVER_USE_SCIPC_SERVICES", "on"}});
+  ASSERT_GT(server, 0) << "RMserver did not come up";
 }
 
-void StopServer() {
-  ::kill(server, SIGTERM);
-  int status = 0;
-  ::waitpid(server, &status, 0);
-}
+void StopServer() { StopRMserver(server); }
 
 class Manager : public ::testing::Environment {
  public:
   void SetUp() override {
     site = new TempDir;
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-    ::setenv("MARLDAT", site->Path().c_str(), 1);
+    UsePrivateSite(site->Path());
     ::unsetenv("CCJOB_EMPLOYER");
     ::unsetenv("TV_RMSERVER_USE_SCIPC_SERVICES");
-    Socket probe = Socket_Listen("127.0.0.1", 0, 256);
-    ::setenv("TV_RMSERVER_PORT", std::to_string(Socket_LocalPort(probe)).c_str(), 1);
-    Socket_Close(probe);
+    ChooseRMserverPort();
     static const char* const args[] = {program_invocation_name};
     Argument_Init(1, args);
     Messages_Init();

@@ -35,6 +35,20 @@ void PutFile(const std::string& path, const std::string& text);
 // namespace-scope initialiser.
 bool UseBuildTreeSite(void (*init)());
 
+// A private installation below `root`: the directories customer, projects,
+// dat, lib and tmp, with TV_CUSTOMER, TV_PROJECTS, MARLDAT, MARLLIB and TMP
+// pointing at them, run files off and the build tree's catalogs.
+void UsePrivateSite(const std::string& root);
+
+// A free loopback port, published in the variable TV_RMSERVER_PORT.
+void ChooseRMserverPort();
+// Starts the build tree's RMserver on 127.0.0.1 and that port (with `env`
+// added to its environment) and waits until it accepts connections. The
+// process id, or -1 when it did not come up.
+int StartRMserver(const std::vector<std::pair<std::string, std::string>>& env = {});
+// Ends it and waits for it; -1 is ignored.
+void StopRMserver(int& pid);
+
 using CatalogTexts = std::map<std::string, std::map<unsigned, std::string>>;
 
 // Writes `texts` as a catalog file at `path`.

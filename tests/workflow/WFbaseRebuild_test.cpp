@@ -29,16 +29,7 @@ class Site : public ::testing::Environment {
  public:
   void SetUp() override {
     site = new TempDir;
-    for (const char* dir : {"customer", "projects", "dat", "lib", "tmp"}) {
-      fs::create_directories(site->Path() + "/" + dir);
-    }
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-    ::setenv("MARLDAT", (site->Path() + "/dat").c_str(), 1);
-    ::setenv("MARLLIB", (site->Path() + "/lib").c_str(), 1);
-    ::setenv("TV_CUSTOMER", (site->Path() + "/customer").c_str(), 1);
-    ::setenv("TV_PROJECTS", Projects().c_str(), 1);
-    ::setenv("TMP", (site->Path() + "/tmp").c_str(), 1);
+    UsePrivateSite(site->Path());
     ::setenv("LANG", "C", 1);
     ::unsetenv("LANGUAGE");
     static const char* const args[] = {program_invocation_name};

@@ -19,7 +19,6 @@
 #include "base/Messages.h"
 #include "base/Utility.h"
 #include "jobqueue/SRM.h"
-#include "jobqueue/Socket.h"
 #include "tests/support/TestFiles.h"
 
 namespace {
@@ -32,26 +31,19 @@ std::string Dir(const std::string& relative) {
   std::filesystem::create_directories(path);
   return path;
 }
-pid_t server = -1;
+int server = -1;
 std::string cfg;
 
 class Site : public ::testing::Environment {
  public:
   void SetUp() override {
     site = new TempDir;
-    cfg = Dir("customer") + "/floatdeck.cfg";
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-    ::setenv("MARLDAT", Dir("dat").c_str(), 1);
-    ::setenv("MARLLIB", Dir("lib").c_str(), 1);
-    ::setenv("TV_CUSTOMER", (site->Path() + "/customer").c_str(), 1);
-    ::setenv("TV_PROJECTS", Dir("projects").c_str(), 1);
+    UsePrivateSite(site->Path());
+    cfg = site->Path() + "/customer/floatdeck.cfg";
     ::unsetenv("CCJOB_EMPLOYER");
     ::unsetenv("TV_RMSERVER_USE_SCIPC_SERVICES");
     ::unsetenv("TEST");
-    Socket probe = Socket_Listen("127.0.0.1", 0, 256);
-    ::setenv("TV_RMSERVER_PORT", std::to_string(Socket_LocalPort(probe)).c_str(), 1);
-    Socket_Close(probe);
+    ChooseRMserverPort();
     static const char* const args[] = {program_invocation_name};
     Argument_Init(1, args);
     Messages_Init();
@@ -59,10 +51,7 @@ class Site : public ::testing::Environment {
   }
   void TearDown() override {
     SRM_Disconnect();
-    if (server > 0) {
-      ::kill(server, SIGTERM);
-      ::waitpid(server, nullptr, 0);
-    }
+    StopRMserver(server);
     delete site;
   }
 };
@@ -346,19 +335,8 @@ bool OtherProcessGetsIt() {
 }
 
 TEST(WFconfig, ReserveAndReleaseOnTheResourceManager) {
-  server = ::fork();
-  if (server == 0) {
-    ::execl(FLOATDECK_BINARY_DIR "/bin/RMserver", "RMserver", "-b", "127.0.0.1", static_cast<char*>(nullptr));
-    ::_exit(127);
-  }
-  const auto port = static_cast<std::uint16_t>(std::stoi(::getenv("TV_RMSERVER_PORT")));
-  bool up = false;
-  for (int i = 0; i < 250 && !up; ++i, Utility_Delay(20)) {
-    Socket probe = Socket_Connect("127.0.0.1", port, 256, 100);
-    up = probe != nullptr;
-    Socket_Close(probe);
-  }
-  ASSERT_TRUE(up) << "RMserver did not come up";
+  server = StartRMserver();
+  ASSERT_GT(server, 0) << "RMserver did not come up";
 
   ASSERT_TRUE(WFconfig_Reserve());
   EXPECT_FALSE(OtherProcessGetsIt());
