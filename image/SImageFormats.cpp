@@ -1,16 +1,21 @@
-// The format registry of SImage: the fixed table and the format lists.
+// The format registry of SImage: the fixed table, the driver rows and the
+// format lists.
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "image/SImage.h"
+#include "image/SImagePrivate.h"
 
 namespace {
 
 enum class Kind { Contone, Linework, Device };
 
-// A row as it is written down; SImage_Init turns each into an SImage_Format.
+// A row as it is written down; SImage_Init turns each into a driver row.
 struct Row {
   const char* driver;
   const char* name;
@@ -94,10 +99,66 @@ constexpr char kMainSuffix[] = ".qif";
 // asks for them finds them in the tile format's expression.
 constexpr char kTileSuffix[] = ".qtf";
 constexpr char kTileWithImpositionRegExpr[] = R"(\.(qtf|jxk)$)";
+// Rows that no driver is asked about: the devices, and the formats on file
+// systems of other machines.
+constexpr char kDeviceSuffix[] = ".dev";
+constexpr char kForeignFSPrefix[] = ".al";
 
-std::vector<SImage_Format> formats;
-// The listed rows sorted by description: the order of every format list.
+std::array<SImage_Format, kSImageMaxDrivers> rows;
+std::array<bool, kSImageMaxDrivers> used{};
+// Whether a row is line work by the table, for rows without a driver.
+std::array<bool, kSImageMaxDrivers> tableLinework{};
+// The listed rows sorted by description: the order of every format list;
+// made again after a driver registers.
 std::vector<const SImage_Format*> masterList;
+bool masterListReady = false;
+
+void Complain(const char* what) { std::fprintf(stderr, "FEHLER in Bildtreiber-Registrierung: %s\n", what); }
+
+void Fill(SImage_Format& row, StrIn driver, StrIn name, StrIn suffix, StrIn regExpr, char typeFlag) {
+  row = SImage_Format{};
+  Strings_Assign(driver, row.driver);
+  Strings_Assign(name, row.name);
+  Strings_Assign(suffix, row.suffix);
+  Strings_Assign(regExpr, row.regExpr);
+  row.typeFlag = typeFlag;
+  row.recognize = SImage_DummyRecognize;
+  row.limits = SImage_DummyLimits;
+}
+
+// What a row's driver says about a file named "image" with the row's suffix.
+void AskDriver(SImage_Format& row, bool linework) {
+  const std::string suffix = StrIn(row.suffix).Str();
+  row.isDevice = suffix == kDeviceSuffix;
+  if (row.isDevice || suffix.starts_with(kForeignFSPrefix)) {
+    row.canRead = row.canWrite = true;
+    row.isLinework = false;
+    row.onUnixFS = row.isDevice;  // the devices are local, the other preset formats are not
+    return;
+  }
+  const std::string name = "image" + suffix;
+  const std::uint32_t read = row.capabilities != nullptr ? row.capabilities(name, SImage_kRead) : 0;
+  const std::uint32_t write = row.capabilities != nullptr ? row.capabilities(name, SImage_kWrite) : 0;
+  row.canRead = (read & SImage_kCapKinds) != 0;
+  row.canWrite = (write & SImage_kCapKinds) != 0;
+  row.isLinework = row.capabilities != nullptr ? ((read | write) & SImage_kCapLinework) != 0 : linework;
+  row.onUnixFS = ((read | write) & SImage_kCapNotUnixFS) == 0;
+  row.isDevice = ((read | write) & SImage_kCapDevice) != 0;
+}
+
+void MakeMasterList() {
+  if (masterListReady) return;
+  masterListReady = true;
+  masterList.clear();
+  for (std::size_t n = 0; n < rows.size(); ++n) {
+    if (!used[n]) continue;
+    AskDriver(rows[n], tableLinework[n]);
+    if (rows[n].typeFlag != kUnlisted) masterList.push_back(&rows[n]);
+  }
+  std::stable_sort(masterList.begin(), masterList.end(), [](const SImage_Format* a, const SImage_Format* b) {
+    return Strings_CompareStr(a->name, b->name) < 0;
+  });
+}
 
 bool Passes(const SImage_Format& format, unsigned mask) {
   if (format.isDevice) return (mask & SImage_kNoDevices) == 0;
@@ -115,38 +176,58 @@ void SImage_Init() {
   static bool done = false;
   if (done) return;
   done = true;
-
-  formats.reserve(std::size(kRows));
-  for (const Row& row : kRows) {
-    SImage_Format& format = formats.emplace_back();
-    Strings_Assign(StrIn::C(row.driver), format.driver);
-    Strings_Assign(StrIn::C(row.name), format.name);
-    Strings_Assign(StrIn::C(row.suffix), format.suffix);
-    Strings_Assign(StrIn::C(row.regExpr), format.regExpr);
-    format.typeFlag = row.typeFlag;
-    format.canRead = true;
-    format.canWrite = true;
-    format.isLinework = row.kind == Kind::Linework;
-    format.onUnixFS = true;
-    format.isDevice = row.kind == Kind::Device;
+  for (std::size_t n = 0; n < std::size(kRows); ++n) {
+    const Row& row = kRows[n];
+    Fill(rows[n], StrIn::C(row.driver), StrIn::C(row.name), StrIn::C(row.suffix), StrIn::C(row.regExpr),
+         row.typeFlag);
+    tableLinework[n] = row.kind == Kind::Linework;
+    used[n] = true;
   }
-
-  for (const SImage_Format& format : formats) {
-    if (format.typeFlag != kUnlisted) masterList.push_back(&format);
-  }
-  std::stable_sort(masterList.begin(), masterList.end(), [](const SImage_Format* a, const SImage_Format* b) {
-    return Strings_CompareStr(a->name, b->name) < 0;
-  });
+  SImage_InitImages();
 }
 
-std::size_t SImage_FormatCount() {
+std::size_t SImage_FormatCount() { return std::size(kRows); }
+
+const SImage_Format* SImage_GetFormat(std::size_t number) {
   SImage_Init();
-  return formats.size();
+  MakeMasterList();
+  return number < rows.size() && used[number] ? &rows[number] : nullptr;
 }
 
-const SImage_Format* SImage_GetFormat(std::size_t index) {
+SImage_Format* SImage_Row(std::uint8_t number) {
   SImage_Init();
-  return index < formats.size() ? &formats[index] : nullptr;
+  return number < rows.size() && used[number] ? &rows[number] : nullptr;
+}
+
+bool SImage_RegisterDriverStatic(std::uint8_t number, SImage_OpenProc open, SImage_CreateProc create,
+                                 SImage_CapabilitiesProc capabilities) {
+  SImage_Format* row = number < std::size(kRows) ? SImage_Row(number) : nullptr;
+  if (row == nullptr || row->open != nullptr || row->create != nullptr || row->capabilities != nullptr) {
+    Complain("Schon registriert");
+    return false;
+  }
+  row->open = open;
+  row->create = create;
+  row->capabilities = capabilities;
+  masterListReady = false;
+  return true;
+}
+
+std::uint8_t SImage_RegisterDriver(StrIn suffix, StrIn description, StrIn regExpr, char typeFlag,
+                                   SImage_OpenProc open, SImage_CreateProc create,
+                                   SImage_CapabilitiesProc capabilities) {
+  SImage_Init();
+  for (std::size_t n = kSImageFirstDynamicDriver; n < rows.size(); ++n) {
+    if (used[n]) continue;
+    Fill(rows[n], "", description, suffix, regExpr, typeFlag);
+    rows[n].open = open;
+    rows[n].create = create;
+    rows[n].capabilities = capabilities;
+    used[n] = true;
+    masterListReady = false;
+    return static_cast<std::uint8_t>(n);
+  }
+  return SImage_kNoDriver;
 }
 
 SImage_FormatList SImage_NilFormatList() { return nullptr; }
@@ -155,6 +236,7 @@ SImage_FormatList SImage_GetListOfSupportedFormats() { return SImage_GetListOfSe
 
 SImage_FormatList SImage_GetListOfSelectedSupportedFormats(unsigned mask) {
   SImage_Init();
+  MakeMasterList();
   SImage_FormatList list = nullptr;
   SImage_FormatList* end = &list;
   for (const SImage_Format* format : masterList) {
