@@ -11,6 +11,8 @@
 #include "base/Processe.h"
 #include "base/SPrintf.h"
 #include "base/StringOp.h"
+#include "image/SIqif.h"
+#include "image/SItiff.h"
 #include "rc/SrcFile.h"
 #include "workflow/WFbase.h"
 #include "workflow/WFdebug.h"
@@ -43,6 +45,8 @@ void InitModules() {
   Catalog_Init();
   DirAcces_Init();
   SrcFile_Init();  // the "[global]" settings are there before anything else reads them
+  SIqif_Init();    // the image drivers, before the format lists are asked for
+  SItiff_Init();
   WFbase_Init();
   WFdebug_Init();
 }
