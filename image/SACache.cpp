@@ -15,29 +15,29 @@ struct Page {
   std::unique_ptr<std::uint8_t[]> bytes;
 };
 
-bool ReadWhole(int descriptor, std::uint8_t* buffer, std::uint64_t count, std::uint64_t at) {
+// Moves `count` bytes at `at` through `transfer` (pread or pwrite), going on
+// after partial transfers.
+template <class Transfer, class Byte>
+bool Whole(Transfer transfer, int descriptor, Byte* buffer, std::uint64_t count, std::uint64_t at) {
   while (count > 0) {
-    const ssize_t got = ::pread(descriptor, buffer, count, static_cast<off_t>(at));
-    if (got <= 0) return false;
-    buffer += got;
-    count -= static_cast<std::uint64_t>(got);
-    at += static_cast<std::uint64_t>(got);
-  }
-  return true;
-}
-
-bool WriteWhole(int descriptor, const std::uint8_t* buffer, std::uint64_t count, std::uint64_t at) {
-  while (count > 0) {
-    const ssize_t put = ::pwrite(descriptor, buffer, count, static_cast<off_t>(at));
-    if (put <= 0) return false;
-    buffer += put;
-    count -= static_cast<std::uint64_t>(put);
-    at += static_cast<std::uint64_t>(put);
+    const ssize_t moved = transfer(descriptor, buffer, count, static_cast<off_t>(at));
+    if (moved <= 0) return false;
+    buffer += moved;
+    count -= static_cast<std::uint64_t>(moved);
+    at += static_cast<std::uint64_t>(moved);
   }
   return true;
 }
 
 }  // namespace
+
+bool SACache_ReadAt(int descriptor, std::uint64_t at, void* buffer, std::uint64_t count) {
+  return Whole(::pread, descriptor, static_cast<std::uint8_t*>(buffer), count, at);
+}
+
+bool SACache_WriteAt(int descriptor, std::uint64_t at, const void* buffer, std::uint64_t count) {
+  return Whole(::pwrite, descriptor, static_cast<const std::uint8_t*>(buffer), count, at);
+}
 
 struct SACache_Rec {
   int descriptor = -1;
@@ -54,7 +54,7 @@ struct SACache_Rec {
   bool WriteBack(Page& page) {
     if (!page.changed) return true;
     page.changed = false;
-    return WriteWhole(descriptor, page.bytes.get(), pageSize, Offset(page.number));
+    return SACache_WriteAt(descriptor, Offset(page.number), page.bytes.get(), pageSize);
   }
 };
 
@@ -93,7 +93,7 @@ std::uint8_t* SACache_Page(SACache cache, std::uint64_t page, bool change) {
     } else {
       bytes.reset(new std::uint8_t[cache->pageSize]);
     }
-    if (!ReadWhole(cache->descriptor, bytes.get(), cache->pageSize, cache->Offset(page))) return nullptr;
+    if (!SACache_ReadAt(cache->descriptor, cache->Offset(page), bytes.get(), cache->pageSize)) return nullptr;
     cache->pages.push_front(Page{page, false, std::move(bytes)});
     cache->index[page] = cache->pages.begin();
   }

@@ -29,3 +29,8 @@ std::uint8_t* SACache_Page(SACache cache, std::uint64_t page, bool change);
 bool SACache_Flush(SACache cache);
 // Tells the system that the file will be read from front to back.
 void SACache_SequentialHint(SACache cache);
+
+// Reads or writes `count` bytes at byte `at` of a file, going on after
+// partial transfers; false when the file ended or the system refused.
+bool SACache_ReadAt(int descriptor, std::uint64_t at, void* buffer, std::uint64_t count);
+bool SACache_WriteAt(int descriptor, std::uint64_t at, const void* buffer, std::uint64_t count);

@@ -39,9 +39,11 @@ struct Data {
   std::uint64_t blockBytes = 0, blockRowBytes = 0;  // a strip or tile; one row of one in a block
   std::uint64_t rowBytes = 0;                        // a row of one plane
   bool byLine = false;  // strips too large to hold: libtiff's line reading
-  std::vector<std::uint8_t> blocks;  // the block row in hand, every plane
-  std::int64_t band = -1;            // its number
-  std::vector<std::uint8_t> row;
+  // Sized from the header, so they are left uninitialised: a lying header
+  // costs address space, not work.
+  std::unique_ptr<std::uint8_t[]> blocks;  // the block row in hand, every plane
+  std::int64_t band = -1;                  // its number
+  std::unique_ptr<std::uint8_t[]> row;
   std::uint32_t done = 0;  // scans read or written
 };
 
@@ -98,7 +100,7 @@ bool LoadBand(SImage image, std::uint32_t band) {
   const std::uint64_t rows = std::min<std::uint64_t>(d.blockLength, image->vRes - top);
   for (std::uint16_t plane = 0; plane < d.planes; ++plane) {
     for (std::uint32_t across = 0; across < d.blocksAcross; ++across) {
-      std::uint8_t* to = d.blocks.data() + (std::uint64_t{plane} * d.blocksAcross + across) * d.blockBytes;
+      std::uint8_t* to = d.blocks.get() + (std::uint64_t{plane} * d.blocksAcross + across) * d.blockBytes;
       const auto size = static_cast<tmsize_t>(d.blockBytes);
       tmsize_t got;
       std::uint64_t needed;
@@ -119,14 +121,14 @@ bool LoadBand(SImage image, std::uint32_t band) {
 // Row `line` of the file (counted from its top) of one plane into d.row.
 bool LoadRow(SImage image, std::uint32_t line, std::uint16_t plane) {
   Data& d = Of(image);
-  if (d.byLine) return TIFFReadScanline(d.tif, d.row.data(), line, plane) >= 0 || Fail(image, 3);
+  if (d.byLine) return TIFFReadScanline(d.tif, d.row.get(), line, plane) >= 0 || Fail(image, 3);
   if (!LoadBand(image, line / d.blockLength)) return false;
   const std::uint64_t inBlock = std::uint64_t{line % d.blockLength} * d.blockRowBytes;
   for (std::uint32_t across = 0; across < d.blocksAcross; ++across) {
     const std::uint64_t at = std::uint64_t{across} * d.blockRowBytes;
     const std::uint8_t* from =
-        d.blocks.data() + (std::uint64_t{plane} * d.blocksAcross + across) * d.blockBytes + inBlock;
-    std::memcpy(d.row.data() + at, from, std::min(d.blockRowBytes, d.rowBytes - at));
+        d.blocks.get() + (std::uint64_t{plane} * d.blocksAcross + across) * d.blockBytes + inBlock;
+    std::memcpy(d.row.get() + at, from, std::min(d.blockRowBytes, d.rowBytes - at));
   }
   return true;
 }
@@ -138,11 +140,11 @@ bool ReadRow(SImage image, std::uint32_t y, SScan scan) {
   const std::uint32_t line = image->vRes - 1 - y;
   if (d.planes == 1) {
     return LoadRow(image, line, 0) &&
-           SScan_DecomposeInterleaved(scan, image->channelMask, d.row.data(), image->channels, 0);
+           SScan_DecomposeInterleaved(scan, image->channelMask, d.row.get(), image->channels, 0);
   }
   for (std::uint16_t plane = 0; plane < d.planes; ++plane) {
     if (((image->channelMask >> plane) & 1u) == 0) continue;
-    if (!LoadRow(image, line, plane) || !SScan_DecomposeInterleaved(scan, image->channelMask, d.row.data(), 1, plane)) {
+    if (!LoadRow(image, line, plane) || !SScan_DecomposeInterleaved(scan, image->channelMask, d.row.get(), 1, plane)) {
       return false;
     }
   }
@@ -248,8 +250,8 @@ std::uint8_t Layout(SImage image) {
     if (d.tiled) return 8;
     d.byLine = true;
   }
-  if (!d.byLine) d.blocks.resize(blockRow);
-  d.row.resize(d.rowBytes);
+  if (!d.byLine) d.blocks.reset(new std::uint8_t[blockRow]);
+  d.row.reset(new std::uint8_t[d.rowBytes]);
   return 0;
 }
 
@@ -281,9 +283,9 @@ bool Open(SImage image) {
 bool WriteScan(SImage image, SScan scan) {
   Data& d = Of(image);
   if (d.done >= image->vRes) return Fail(image, 1);
-  std::fill(d.row.begin(), d.row.end(), 0);
-  SScan_ComposeInterleaved(scan, image->channelMask, d.row.data(), image->channels, 0);
-  if (TIFFWriteScanline(d.tif, d.row.data(), d.done, 0) < 0) return Fail(image, 2);
+  std::fill_n(d.row.get(), d.rowBytes, 0);
+  SScan_ComposeInterleaved(scan, image->channelMask, d.row.get(), image->channels, 0);
+  if (TIFFWriteScanline(d.tif, d.row.get(), d.done, 0) < 0) return Fail(image, 2);
   ++d.done;
   return true;
 }
@@ -291,9 +293,9 @@ bool WriteScan(SImage image, SScan scan) {
 // Rows not written are zero; the resolution is the record's at closing.
 bool CloseNew(SImage image) {
   Data& d = Of(image);
-  std::fill(d.row.begin(), d.row.end(), 0);
+  std::fill_n(d.row.get(), d.rowBytes, 0);
   bool ok = true;
-  for (; ok && d.done < image->vRes; ++d.done) ok = TIFFWriteScanline(d.tif, d.row.data(), d.done, 0) >= 0;
+  for (; ok && d.done < image->vRes; ++d.done) ok = TIFFWriteScanline(d.tif, d.row.get(), d.done, 0) >= 0;
   TIFFSetField(d.tif, TIFFTAG_XRESOLUTION, static_cast<float>(image->resX));
   TIFFSetField(d.tif, TIFFTAG_YRESOLUTION, static_cast<float>(image->resY));
   TIFFSetField(d.tif, TIFFTAG_RESOLUTIONUNIT, RESUNIT_CENTIMETER);
@@ -319,9 +321,11 @@ void SetPhotometric(TIFF* tif, std::uint32_t channels) {
 bool Create(SImage image) {
   image->driverData = new Data;
   Data& d = Of(image);
-  if (image->order != SImage_kTopBottom) {
+  d.rowBytes = std::uint64_t{image->hRes} * image->channels;
+  const std::uint8_t refused = image->order != SImage_kTopBottom ? 9 : d.rowBytes > kMaxRowBytes ? 8 : 0;
+  if (refused != 0) {
     Release(image);
-    return SImage_Fail(image, 9);
+    return SImage_Fail(image, refused);
   }
   const std::uint64_t bytes = std::uint64_t{image->hRes} * image->vRes * image->channels;
   d.tif = OpenLibrary(image, bytes > kClassicLimit ? "w8" : "w");
@@ -338,7 +342,7 @@ bool Create(SImage image) {
   TIFFSetField(d.tif, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
   SetPhotometric(d.tif, image->channels);
   TIFFSetField(d.tif, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(d.tif, 0));
-  d.row.resize(std::uint64_t{image->hRes} * image->channels);
+  d.row.reset(new std::uint8_t[d.rowBytes]);
   image->close = CloseNew;
   image->writeScan = WriteScan;
   return true;

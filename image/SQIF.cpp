@@ -81,15 +81,7 @@ bool ReadAt(SQIF qif, std::uint64_t at, void* buffer, std::size_t count) {
              BFileIO_Read(qif->buffered, buffer, count) == count;
     });
   }
-  auto* bytes = static_cast<std::uint8_t*>(buffer);
-  while (count > 0) {
-    const ssize_t got = ::pread(qif->descriptor, bytes, count, static_cast<off_t>(at));
-    if (got <= 0) return false;
-    bytes += got;
-    count -= static_cast<std::size_t>(got);
-    at += static_cast<std::uint64_t>(got);
-  }
-  return true;
+  return SACache_ReadAt(qif->descriptor, at, buffer, count);
 }
 
 bool WriteAt(SQIF qif, std::uint64_t at, const void* buffer, std::size_t count) {
@@ -99,15 +91,7 @@ bool WriteAt(SQIF qif, std::uint64_t at, const void* buffer, std::size_t count) 
              BFileIO_Write(qif->buffered, buffer, count);
     });
   }
-  const auto* bytes = static_cast<const std::uint8_t*>(buffer);
-  while (count > 0) {
-    const ssize_t put = ::pwrite(qif->descriptor, bytes, count, static_cast<off_t>(at));
-    if (put <= 0) return false;
-    bytes += put;
-    count -= static_cast<std::size_t>(put);
-    at += static_cast<std::uint64_t>(put);
-  }
-  return true;
+  return SACache_WriteAt(qif->descriptor, at, buffer, count);
 }
 
 std::int64_t FileSize(SQIF qif) {
