@@ -370,6 +370,9 @@ bool SImage_SetCreator(SImage image, StrIn creator) {
 }
 
 bool SImage_GetResolution(StrIn name, double& resX, double& resY, std::uint32_t& hRes, std::uint32_t& vRes) {
+  bool boxFile = false;
+  if (SImage_BoxResolution(name, boxFile, resX, resY, hRes, vRes)) return true;
+  if (boxFile) return false;
   SImage image = Messages_Quietly([&] { return SImage_Open(name, SImage_kTryFormats, SImage_kRead, SImage_kTopBottom); });
   if (image == nullptr) return false;
   resX = image->resX;

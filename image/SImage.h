@@ -342,7 +342,9 @@ bool SImage_SelectChannels(SImage image, std::uint64_t mask);
 bool SImage_SetLineRes(SImage image, double resX, double resY);
 // Sets the creator, kept in the tag "CREATOR" by a driver with tags.
 bool SImage_SetCreator(SImage image, StrIn creator);
-// The resolution and size of an image file, opened quietly and closed again.
+// The resolution and size of an image file, opened quietly and closed again;
+// of PostScript and PDF files (which have no driver) the size in points of
+// their bounding box or page box, at the resolution of points.
 bool SImage_GetResolution(StrIn name, double& resX, double& resY, std::uint32_t& hRes, std::uint32_t& vRes);
 
 // --- Scans ----------------------------------------------------------------------------

@@ -565,3 +565,32 @@ TEST(SImageDrivers, RegistrationAndRecognition) {
   EXPECT_TRUE(SImage_RecognizeFormat(SImage_kRead, "a.xyz", ".xyz", driver));
   EXPECT_EQ(driver, number);
 }
+
+TEST_F(SImageFiles, ResolutionsOfImagesAndOfPageDescriptions) {
+  MakeQif(Path("a.qif"), 30, 20, 1);
+  double x = 0, y = 0;
+  std::uint32_t w = 0, h = 0;
+  ASSERT_TRUE(SImage_GetResolution(Path("a.qif@80"), x, y, w, h));
+  EXPECT_EQ(w, 30u);
+  EXPECT_EQ(h, 20u);
+  EXPECT_EQ(x, 80.0);
+
+  const double points = 72 / 2.54;
+  // The box at the end where the header defers to it; the finer box first.
+  PutFile(Path("a.eps"), "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: (atend)\n" + std::string(70000, ' ') +
+                             "\n%%Trailer\n%%BoundingBox: 10 20 110 220\n");
+  ASSERT_TRUE(SImage_GetResolution(Path("a.eps"), x, y, w, h));
+  EXPECT_EQ(w, 100u);
+  EXPECT_EQ(h, 200u);
+  EXPECT_NEAR(x, points, 1e-9);
+  PutFile(Path("b.EPS"), "%!PS\n%%BoundingBox: 0 0 10 10\n%%HiResBoundingBox: 0 0 9.5 10.2\n");
+  ASSERT_TRUE(SImage_GetResolution(Path("b.EPS"), x, y, w, h));
+  EXPECT_EQ(w, 10u);
+  EXPECT_EQ(h, 11u);
+  PutFile(Path("c.pdf"), "%PDF-1.4\n1 0 obj << /Type /Page /MediaBox [0 0 595.28 841.89] >> endobj\n");
+  ASSERT_TRUE(SImage_GetResolution(Path("c.pdf"), x, y, w, h));
+  EXPECT_EQ(w, 596u);
+  EXPECT_EQ(h, 842u);
+  PutFile(Path("d.ps"), "%!PS\nshowpage\n");
+  EXPECT_FALSE(SImage_GetResolution(Path("d.ps"), x, y, w, h));
+}
