@@ -38,6 +38,7 @@ inline std::string ImageFuzz_File(const std::uint8_t* data, std::size_t size, co
   const std::string path = directory + "/input" + suffix;
   ::unlink(path.c_str());
   std::FILE* file = std::fopen(path.c_str(), "wb");
-  ImageFuzz_Check(file != nullptr && std::fwrite(data, 1, size, file) == size && std::fclose(file) == 0);
+  ImageFuzz_Check(file != nullptr && (size == 0 || std::fwrite(data, 1, size, file) == size) &&
+                  std::fclose(file) == 0);
   return path;
 }

@@ -21,7 +21,9 @@ TEST(SScan, ForksShareSamplesAndOwnNothing) {
   // A fork can't grow or shrink; nothing outside its source is reachable.
   EXPECT_FALSE(SScan_AddChannels(part, 1));
   EXPECT_EQ(SScan_SubsectionFork(a, 6, 5), nullptr);
-  EXPECT_EQ(SScan_Join(a, SScan_Create16Bit(10, 1)), nullptr);
+  SScan deep = SScan_Create16Bit(10, 1);
+  EXPECT_EQ(SScan_Join(a, deep), nullptr);
+  SScan_Destroy(deep);
 
   SScan_Destroy(part);
   SScan_Destroy(picked);
