@@ -9,6 +9,8 @@
 #include "toolkit/CWCore.h"
 #include "toolkit/WtEvents.h"
 
+std::uint8_t WTranslt_error = 0;
+
 namespace {
 
 char section[kSectionCap] = "WTranslt";
@@ -123,6 +125,7 @@ class Parser {
   }
 
   void Report() const {
+    WTranslt_error = static_cast<std::uint8_t>(error_);
     Messages_SupplyAdditionalInfo(text_);
     Messages_SupplyAdditionalInfo(std::string(at_, ' ') + "^");
     Messages_Error(section, static_cast<unsigned>(error_));  // messages: WTranslt 1-8 11 12 15-21
@@ -299,6 +302,7 @@ struct WTranslt_TableRec : std::vector<Entry> {};
 namespace {
 
 bool Enter(WTranslt_Table& table, StrIn text, WTranslt_Action action, bool override) {
+  WTranslt_error = 0;
   Parser parser(text.Str());
   std::vector<Entry> parsed;
   if (!parser.Parse(action, parsed)) {

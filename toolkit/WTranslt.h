@@ -29,6 +29,9 @@
 #include "toolkit/W.h"
 #include "toolkit/WtTypes.h"
 
+// The message number of the last failed parse; 0 after a success.
+extern std::uint8_t WTranslt_error;
+
 // An action; it handles the event unless it calls WTranslt_ReturnEvent.
 using WTranslt_Action = void (*)(Widget widget, W_Event& event);
 

@@ -35,9 +35,11 @@ Widget Make(Widget parent, Classes_ClassPtr cls, SAttribs& attrs) {
   return w;
 }
 
+// A row of widgets on a common middle line.
 Widget Row(Widget parent) {
   SAttribs attrs = nullptr;
   AddGap(attrs, false, 6);
+  SAttribs_AddBool(attrs, "center", true);
   return Make(parent, CWHVBox_class, attrs);
 }
 
