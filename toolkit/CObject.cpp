@@ -22,13 +22,7 @@ void MyInitClass(Classes_ClassPtr cls, void*) {
 void CObject_CreateClass() {
   if (CObject_class != nullptr) return;
   CObject_class = new Classes_ClassRec;
-  Strings_Assign("Object", CObject_class->name);
-  CObject_class->instanceSize = sizeof(CObject_Rec);
-  CObject_class->InitClass = MyInitClass;
-  CObject_class->InitInstance = Classes_SimpleNullMethod;
-  CObject_class->Destruct = MyDestruct;
-  Classes_InitClass(CObject_class);
-  Classes_AnnounceClass(CObject_class, "");
+  Classes_MakeClass(CObject_class, nullptr, "Object", sizeof(CObject_Rec), MyInitClass, nullptr, MyDestruct, "");
 }
 
 void CObject_Copy(void* from, void* to) { Classes_Class(from)->Copy(from, to); }

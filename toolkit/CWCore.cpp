@@ -201,16 +201,9 @@ void CWCore_CreateClass() {
   if (CWCore_class != nullptr) return;
   CObject_CreateClass();
   WtTypes_Init();
-  auto* cls = new CWCore_ClassRec;
-  cls->superClass = CObject_class;
-  Strings_Assign("WCore", cls->name);
-  cls->instanceSize = sizeof(CWCore_Rec);
-  cls->InitClass = CWCore_MyInitClass;
-  cls->InitInstance = MyInit;
-  cls->Destruct = MyDestruct;
-  CWCore_class = cls;
-  Classes_InitClass(cls);
-  Classes_AnnounceClass(cls, "CORE");
+  CWCore_class = new CWCore_ClassRec;
+  Classes_MakeClass(CWCore_class, CObject_class, "WCore", sizeof(CWCore_Rec),
+                    CWCore_MyInitClass, MyInit, MyDestruct, "CORE");
 }
 
 // --- Operations ----------------------------------------------------------------------

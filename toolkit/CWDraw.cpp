@@ -68,16 +68,9 @@ void MyInitClass(Classes_ClassPtr c, void* prototype) {
 void CWDraw_CreateClass() {
   if (CWDraw_class != nullptr) return;
   CWCore_CreateClass();
-  auto* cls = new CWCore_ClassRec;
-  cls->superClass = CWCore_class;
-  Strings_Assign("WDraw", cls->name);
-  cls->instanceSize = sizeof(CWDraw_Rec);
-  cls->InitClass = MyInitClass;
-  cls->InitInstance = Classes_SimpleNullMethod;
-  cls->Destruct = Classes_SimpleNullMethod;
-  CWDraw_class = cls;
-  Classes_InitClass(cls);
-  Classes_AnnounceClass(cls, "GENERIC");
+  CWDraw_class = new CWCore_ClassRec;
+  Classes_MakeClass(CWDraw_class, CWCore_class, "WDraw", sizeof(CWDraw_Rec),
+                    MyInitClass, nullptr, nullptr, "GENERIC");
 }
 
 void CWDraw_SetExposeHook(Widget w, CWDraw_ExposeProc proc, std::uintptr_t data) {

@@ -107,14 +107,7 @@ void MyInitClass(Classes_ClassPtr c, void* prototype) {
 void CWFrame_CreateClass() {
   if (CWFrame_class != nullptr) return;
   CWHVBox_CreateClass();
-  auto* cls = new CWGroup_ClassRec;
-  cls->superClass = CWHVBox_vboxClass;
-  Strings_Assign("WFrame", cls->name);
-  cls->instanceSize = sizeof(CWFrame_Rec);
-  cls->InitClass = MyInitClass;
-  cls->InitInstance = Classes_SimpleNullMethod;
-  cls->Destruct = Classes_SimpleNullMethod;
-  CWFrame_class = cls;
-  Classes_InitClass(cls);
-  Classes_AnnounceClass(cls, "FRAME");
+  CWFrame_class = new CWGroup_ClassRec;
+  Classes_MakeClass(CWFrame_class, CWHVBox_vboxClass, "WFrame", sizeof(CWFrame_Rec),
+                    MyInitClass, nullptr, nullptr, "FRAME");
 }

@@ -2,17 +2,16 @@
 
 Classes_ClassPtr CWGlue_class = nullptr;
 
+namespace {
+
+void MyInitClass(Classes_ClassPtr c, void*) { static_cast<CWCore_ClassRec*>(c)->gadget = true; }
+
+}  // namespace
+
 void CWGlue_CreateClass() {
   if (CWGlue_class != nullptr) return;
   CWCore_CreateClass();
-  auto* cls = new CWCore_ClassRec;
-  cls->superClass = CWCore_class;
-  Strings_Assign("WGlue", cls->name);
-  cls->instanceSize = sizeof(CWCore_Rec);
-  cls->InitClass = [](Classes_ClassPtr c, void*) { static_cast<CWCore_ClassRec*>(c)->gadget = true; };
-  cls->InitInstance = Classes_SimpleNullMethod;
-  cls->Destruct = Classes_SimpleNullMethod;
-  CWGlue_class = cls;
-  Classes_InitClass(cls);
-  Classes_AnnounceClass(cls, "GLUE");
+  CWGlue_class = new CWCore_ClassRec;
+  Classes_MakeClass(CWGlue_class, CWCore_class, "WGlue", sizeof(CWCore_Rec),
+                    MyInitClass, nullptr, nullptr, "GLUE");
 }

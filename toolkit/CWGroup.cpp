@@ -86,6 +86,12 @@ void MyOfferKeyEvent(Widget w, Widget source, W_Event& event) {
     if (c != source) CWCore_OfferKeyEvent(c, source, event);
 }
 
+// A menu bar has a window of its own.
+void MyInit(void* instance) {
+  CWGroup g = AsGroup(static_cast<Widget>(instance));
+  if (g->isMenuBar) g->gadget = false;
+}
+
 void MyDestruct(void* instance) {
   CWGroup g = AsGroup(static_cast<Widget>(instance));
   while (g->firstChild != nullptr) {
@@ -142,20 +148,9 @@ void CWGroup_MyInitClass(Classes_ClassPtr c, void* prototype) {
 void CWGroup_CreateClass() {
   if (CWGroup_class != nullptr) return;
   CWCore_CreateClass();
-  auto* cls = new CWGroup_ClassRec;
-  cls->superClass = CWCore_class;
-  Strings_Assign("WGroup", cls->name);
-  cls->instanceSize = sizeof(CWGroup_Rec);
-  cls->InitClass = CWGroup_MyInitClass;
-  cls->InitInstance = [](void* instance) {
-    // A menu bar has a window of its own.
-    auto* g = static_cast<CWGroup>(static_cast<Widget>(instance));
-    if (g->isMenuBar) g->gadget = false;
-  };
-  cls->Destruct = MyDestruct;
-  CWGroup_class = cls;
-  Classes_InitClass(cls);
-  Classes_AnnounceClass(cls, "GROUP");
+  CWGroup_class = new CWGroup_ClassRec;
+  Classes_MakeClass(CWGroup_class, CWCore_class, "WGroup", sizeof(CWGroup_Rec), CWGroup_MyInitClass, MyInit,
+                    MyDestruct, "GROUP");
 }
 
 // --- Children ----------------------------------------------------------------------------

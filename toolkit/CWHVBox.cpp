@@ -117,7 +117,7 @@ void MyConfigure(Widget w) {
   }
 }
 
-void MyInit(void*) {}
+void VerticalInitClass(Classes_ClassPtr, void* prototype) { static_cast<CWHVBox_Rec*>(prototype)->vertical = true; }
 
 }  // namespace
 
@@ -179,25 +179,10 @@ void CWHVBox_MyInitClass(Classes_ClassPtr c, void* prototype) {
 void CWHVBox_CreateClass() {
   if (CWHVBox_class != nullptr) return;
   CWGroup_CreateClass();
-  auto* h = new CWGroup_ClassRec;
-  h->superClass = CWGroup_class;
-  Strings_Assign("WHBox", h->name);
-  h->instanceSize = sizeof(CWHVBox_Rec);
-  h->InitClass = CWHVBox_MyInitClass;
-  h->InitInstance = MyInit;
-  h->Destruct = Classes_SimpleNullMethod;
-  CWHVBox_class = h;
-  Classes_InitClass(h);
-  Classes_AnnounceClass(h, "HBOX");
-
-  auto* v = new CWGroup_ClassRec;
-  v->superClass = CWHVBox_class;
-  Strings_Assign("WVBox", v->name);
-  v->instanceSize = sizeof(CWHVBox_Rec);
-  v->InitClass = [](Classes_ClassPtr, void* prototype) { static_cast<CWHVBox_Rec*>(prototype)->vertical = true; };
-  v->InitInstance = MyInit;
-  v->Destruct = Classes_SimpleNullMethod;
-  CWHVBox_vboxClass = v;
-  Classes_InitClass(v);
-  Classes_AnnounceClass(v, "VBOX");
+  CWHVBox_class = new CWGroup_ClassRec;
+  Classes_MakeClass(CWHVBox_class, CWGroup_class, "WHBox", sizeof(CWHVBox_Rec), CWHVBox_MyInitClass, nullptr,
+                    nullptr, "HBOX");
+  CWHVBox_vboxClass = new CWGroup_ClassRec;
+  Classes_MakeClass(CWHVBox_vboxClass, CWHVBox_class, "WVBox", sizeof(CWHVBox_Rec), VerticalInitClass, nullptr,
+                    nullptr, "VBOX");
 }

@@ -151,14 +151,7 @@ void MyInit(void* instance) {
 void CWIOFld_CreateClass() {
   if (CWIOFld_class != nullptr) return;
   CWTextIO_CreateClass();
-  auto* cls = new CWTextIO_ClassRec;
-  cls->superClass = CWTextIO_class;
-  Strings_Assign("WIOFld", cls->name);
-  cls->instanceSize = sizeof(CWIOFld_Rec);
-  cls->InitClass = MyInitClass;
-  cls->InitInstance = MyInit;
-  cls->Destruct = Classes_SimpleNullMethod;
-  CWIOFld_class = cls;
-  Classes_InitClass(cls);
-  Classes_AnnounceClass(cls, "TEXTFIELD");
+  CWIOFld_class = new CWTextIO_ClassRec;
+  Classes_MakeClass(CWIOFld_class, CWTextIO_class, "WIOFld", sizeof(CWIOFld_Rec),
+                    MyInitClass, MyInit, nullptr, "TEXTFIELD");
 }

@@ -18,7 +18,7 @@ std::uint32_t CWLabel_TEXTAT, CWLabel_ICONAT, CWLabel_drawColorAT, CWLabel_hAlig
 
 namespace {
 
-std::uint32_t iconSelectedAT, dispBothAT, dynamicLabelAT;
+std::uint32_t iconSelectedAT, dispBothAT;
 
 constexpr int kPadX = 4, kPadY = 2;  // room around the content
 constexpr int kIconGap = 4;          // between icon and text
@@ -188,9 +188,12 @@ void CWLabel_MySetAttr(void* object, std::uint32_t id, const void* bytes, std::u
   CWLabel l = AsLabel(w);
   if (id == CWLabel_ICONAT) WtDraw_ReleaseIcons(l->icon);
   if (id == iconSelectedAT) WtDraw_ReleaseIcons(l->iconSel);
-  if (id == CWLabel_TEXTAT || id == CWLabel_ICONAT || id == iconSelectedAT || id == CWLabel_fontSizeAT ||
-      id == CWLabel_fontFixedAT || id == CWLabel_multiLineAT || id == dispBothAT) {
-    CWCore_InvalidateGeometry(w);
+  // A new text changes the label's size only when it is dynamic.
+  const bool resizes = id == CWLabel_TEXTAT ? l->dynamicLabel
+                                           : (id == CWLabel_ICONAT || id == iconSelectedAT || id == CWLabel_fontSizeAT ||
+                                              id == CWLabel_fontFixedAT || id == CWLabel_multiLineAT || id == dispBothAT);
+  if (resizes || id == CWLabel_TEXTAT) {
+    if (resizes) CWCore_InvalidateGeometry(w);
     WtDraw_RedrawWidget(w);
   } else if (id == CWLabel_drawColorAT || id == CWLabel_hAlignAT || id == CWLabel_vAlignAT ||
              id == CWLabel_shortCutAT || id == CWCore_highlightedAT) {
@@ -221,7 +224,7 @@ void CWLabel_MyInitClass(Classes_ClassPtr c, void* prototype) {
   CWLabel_shortCutAT = CAttribs_DefAttr(c, "shortCut", 0, &p->shortCut);
   CAttribs_DefAttr(c, "additionalShortCut", 0, &p->additionalShortCut);
   CWLabel_multiLineAT = CAttribs_DefAttr(c, "multiLine", 0, &p->multiLine);
-  dynamicLabelAT = CAttribs_DefAttr(c, "dynamicLabel", 0, &p->dynamicLabel);
+  CAttribs_DefAttr(c, "dynamicLabel", 0, &p->dynamicLabel);
   CAttribs_DefAttr(c, "pressedBackgroundDarker", 3, &p->pressedBackgroundDarker);
   CAttribs_DefAttr(c, "hoverBackgroundLighter", 3, &p->hoverBackgroundLighter);
   CAttribs_DefAttr(c, "hoverFrameWidthInc", 3, &p->hoverFrameWidthInc);
@@ -236,16 +239,9 @@ void CWLabel_MyInitClass(Classes_ClassPtr c, void* prototype) {
 void CWLabel_CreateClass() {
   if (CWLabel_class != nullptr) return;
   CWCore_CreateClass();
-  auto* cls = new CWLabel_ClassRec;
-  cls->superClass = CWCore_class;
-  Strings_Assign("WLabel", cls->name);
-  cls->instanceSize = sizeof(CWLabel_Rec);
-  cls->InitClass = CWLabel_MyInitClass;
-  cls->InitInstance = Classes_SimpleNullMethod;
-  cls->Destruct = MyDestruct;
-  CWLabel_class = cls;
-  Classes_InitClass(cls);
-  Classes_AnnounceClass(cls, "LABEL");
+  CWLabel_class = new CWLabel_ClassRec;
+  Classes_MakeClass(CWLabel_class, CWCore_class, "WLabel", sizeof(CWLabel_Rec),
+                    CWLabel_MyInitClass, nullptr, MyDestruct, "LABEL");
 }
 
 void CWLabel_SetText(Widget w, StrIn text) {

@@ -116,16 +116,9 @@ void MyInitClass(Classes_ClassPtr c, void* prototype) {
 void CWPush_CreateClass() {
   if (CWPush_class != nullptr) return;
   CWLabel_CreateClass();
-  auto* cls = new CWLabel_ClassRec;
-  cls->superClass = CWLabel_class;
-  Strings_Assign("WPush", cls->name);
-  cls->instanceSize = sizeof(CWPush_Rec);
-  cls->InitClass = MyInitClass;
-  cls->InitInstance = Classes_SimpleNullMethod;
-  cls->Destruct = MyDestruct;
-  CWPush_class = cls;
-  Classes_InitClass(cls);
-  Classes_AnnounceClass(cls, "PUSH");
+  CWPush_class = new CWLabel_ClassRec;
+  Classes_MakeClass(CWPush_class, CWLabel_class, "WPush", sizeof(CWPush_Rec),
+                    MyInitClass, nullptr, MyDestruct, "PUSH");
 }
 
 void CWPush_AutoRepeatOff() {

@@ -464,16 +464,9 @@ void InvalidateTree(Widget w) {
 void CWShell_CreateClass() {
   if (CWShell_class != nullptr) return;
   CWHVBox_CreateClass();
-  auto* cls = new CWGroup_ClassRec;
-  cls->superClass = CWHVBox_vboxClass;
-  Strings_Assign("WShell", cls->name);
-  cls->instanceSize = sizeof(CWShell_Rec);
-  cls->InitClass = MyInitClass;
-  cls->InitInstance = MyInit;
-  cls->Destruct = MyDestruct;
-  CWShell_class = cls;
-  Classes_InitClass(cls);
-  Classes_AnnounceClass(cls, "SHELL");
+  CWShell_class = new CWGroup_ClassRec;
+  Classes_MakeClass(CWShell_class, CWHVBox_vboxClass, "WShell", sizeof(CWShell_Rec),
+                    MyInitClass, MyInit, MyDestruct, "SHELL");
 }
 
 // --- Showing -----------------------------------------------------------------------------

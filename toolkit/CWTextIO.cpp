@@ -482,16 +482,9 @@ void CWTextIO_MyInitClass(Classes_ClassPtr c, void* prototype) {
 void CWTextIO_CreateClass() {
   if (CWTextIO_class != nullptr) return;
   CWCore_CreateClass();
-  auto* cls = new CWTextIO_ClassRec;
-  cls->superClass = CWCore_class;
-  Strings_Assign("WTextIO", cls->name);
-  cls->instanceSize = sizeof(CWTextIO_Rec);
-  cls->InitClass = CWTextIO_MyInitClass;
-  cls->InitInstance = MyInit;
-  cls->Destruct = MyDestruct;
-  CWTextIO_class = cls;
-  Classes_InitClass(cls);
-  Classes_AnnounceClass(cls, "TEXTIO");
+  CWTextIO_class = new CWTextIO_ClassRec;
+  Classes_MakeClass(CWTextIO_class, CWCore_class, "WTextIO", sizeof(CWTextIO_Rec),
+                    CWTextIO_MyInitClass, MyInit, MyDestruct, "TEXTIO");
 }
 
 StrIn CWTextIO_GetText(Widget w) { return StrIn(*AsText(w)->text); }

@@ -98,16 +98,9 @@ void MyInitClass(Classes_ClassPtr c, void* prototype) {
 void CWToggle_CreateClass() {
   if (CWToggle_class != nullptr) return;
   CWLabel_CreateClass();
-  auto* cls = new CWLabel_ClassRec;
-  cls->superClass = CWLabel_class;
-  Strings_Assign("WToggle", cls->name);
-  cls->instanceSize = sizeof(CWToggle_Rec);
-  cls->InitClass = MyInitClass;
-  cls->InitInstance = Classes_SimpleNullMethod;
-  cls->Destruct = Classes_SimpleNullMethod;
-  CWToggle_class = cls;
-  Classes_InitClass(cls);
-  Classes_AnnounceClass(cls, "TOGGLE");
+  CWToggle_class = new CWLabel_ClassRec;
+  Classes_MakeClass(CWToggle_class, CWLabel_class, "WToggle", sizeof(CWToggle_Rec),
+                    MyInitClass, nullptr, nullptr, "TOGGLE");
 }
 
 bool CWToggle_IsOn(Widget w) { return WtTypes_AsInteger(w->value) != 0; }

@@ -62,6 +62,19 @@ void Classes_InitClass(Classes_ClassPtr cls) {
     if (each->InitClass != nullptr) each->InitClass(cls, prototype);
 }
 
+void Classes_MakeClass(Classes_ClassPtr cls, Classes_ClassPtr superClass, StrIn name, std::uint32_t instanceSize,
+                       void (*initClass)(Classes_ClassPtr, void*), void (*initInstance)(void*),
+                       void (*destruct)(void*), StrIn keyword) {
+  cls->superClass = superClass;
+  Strings_Assign(name, cls->name);
+  cls->instanceSize = instanceSize;
+  cls->InitClass = initClass;
+  cls->InitInstance = initInstance != nullptr ? initInstance : Classes_SimpleNullMethod;
+  cls->Destruct = destruct != nullptr ? destruct : Classes_SimpleNullMethod;
+  Classes_InitClass(cls);
+  Classes_AnnounceClass(cls, keyword);
+}
+
 void Classes_AnnounceClass(Classes_ClassPtr cls, StrIn keyword) {
   Classes_clError = 0;
   if (!ByName().try_emplace(cls->name, cls).second) Fail(1, cls->name);

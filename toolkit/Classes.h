@@ -58,6 +58,12 @@ extern std::uint8_t Classes_clError;
 // Makes the class's attribute table and prototype and runs every InitClass
 // from the root down. An instanceSize of 0 or below the superclass's is fatal.
 void Classes_InitClass(Classes_ClassPtr cls);
+// The body of every CWFoo_CreateClass: fills the new record `cls` (superclass,
+// name cut at 64 characters, instance size, the three procedures; nil ones
+// do nothing), makes it (Classes_InitClass) and announces it under `keyword`.
+void Classes_MakeClass(Classes_ClassPtr cls, Classes_ClassPtr superClass, StrIn name, std::uint32_t instanceSize,
+                       void (*initClass)(Classes_ClassPtr, void*), void (*initInstance)(void*),
+                       void (*destruct)(void*), StrIn keyword);
 // Enters the class under its name and `keyword` (empty: none). A name or
 // keyword in use is error 1 or 2; the first entry stays.
 void Classes_AnnounceClass(Classes_ClassPtr cls, StrIn keyword);

@@ -71,9 +71,17 @@ void FillExpose(W_Event& e, W_Window window, int x, int y, int width, int height
   e.expose.count = count;
 }
 
-// Position of a window's lower left corner in `parent`.
-int YInParent(W_Window parent, int y, int height, int border) {
-  return parent != 0 ? WX11Win_TransformY(parent, y, height + 2 * border) : y;
+// The place of a window in `parent`, its lower left corner counted upward.
+void FillPlace(W_Event& e, std::uint8_t kind, Window window, Window parent, int x, int y, int width, int height,
+               int border) {
+  e.kind = kind;
+  e.window = window;
+  e.configure.parent = parent;
+  e.configure.x = x;
+  e.configure.y = parent != 0 ? WX11Win_TransformY(parent, y, height + 2 * border) : y;
+  e.configure.width = width;
+  e.configure.height = height;
+  e.configure.borderWidth = border;
 }
 
 void FillClient(W_Event& e, const XClientMessageEvent& c) {
@@ -268,44 +276,24 @@ bool WX11Evnt_ConvertEvent(const XEvent& x, W_Event& event) {
       return true;
     case ConfigureNotify: {
       const XConfigureEvent& c = x.xconfigure;
-      event.kind = W_ConfigureNotify;
-      event.window = c.window;
       WXWHash_Record& r = WXWHash_Get(c.window);
       r.width = c.width;
       r.height = c.height;
-      event.configure.parent = c.event != c.window ? c.event : WX11Win_Parent(c.window);
+      FillPlace(event, W_ConfigureNotify, c.window, c.event != c.window ? c.event : WX11Win_Parent(c.window), c.x, c.y,
+                c.width, c.height, c.border_width);
       event.configure.above = c.above;
-      event.configure.x = c.x;
-      event.configure.y = YInParent(event.configure.parent, c.y, c.height, c.border_width);
-      event.configure.width = c.width;
-      event.configure.height = c.height;
-      event.configure.borderWidth = c.border_width;
       event.configure.overrideRedirect = c.override_redirect != False;
       return true;
     }
     case ConfigureRequest: {
       const XConfigureRequestEvent& c = x.xconfigurerequest;
-      event.kind = W_ConfigureRequest;
-      event.window = c.window;
-      event.configure.parent = c.parent;
+      FillPlace(event, W_ConfigureRequest, c.window, c.parent, c.x, c.y, c.width, c.height, c.border_width);
       event.configure.above = c.above;
-      event.configure.x = c.x;
-      event.configure.y = YInParent(c.parent, c.y, c.height, c.border_width);
-      event.configure.width = c.width;
-      event.configure.height = c.height;
-      event.configure.borderWidth = c.border_width;
       return true;
     }
     case CreateNotify: {
       const XCreateWindowEvent& c = x.xcreatewindow;
-      event.kind = W_CreateNotify;
-      event.window = c.window;
-      event.configure.parent = c.parent;
-      event.configure.x = c.x;
-      event.configure.y = YInParent(c.parent, c.y, c.height, c.border_width);
-      event.configure.width = c.width;
-      event.configure.height = c.height;
-      event.configure.borderWidth = c.border_width;
+      FillPlace(event, W_CreateNotify, c.window, c.parent, c.x, c.y, c.width, c.height, c.border_width);
       event.configure.overrideRedirect = c.override_redirect != False;
       return true;
     }
@@ -328,12 +316,9 @@ bool WX11Evnt_ConvertEvent(const XEvent& x, W_Event& event) {
       return true;
     case ReparentNotify: {
       const XReparentEvent& r = x.xreparent;
-      event.kind = W_ReparentNotify;
-      event.window = r.window;
       WXWHash_SetParent(r.window, r.parent);
-      event.configure.parent = r.parent;
-      event.configure.x = r.x;
-      event.configure.y = YInParent(r.parent, r.y, WX11Win_Height(r.window), 0);
+      FillPlace(event, W_ReparentNotify, r.window, r.parent, r.x, r.y, WX11Win_Width(r.window),
+                WX11Win_Height(r.window), 0);
       return true;
     }
     case ClientMessage:
@@ -350,22 +335,14 @@ bool WX11Evnt_ConvertEvent(const XEvent& x, W_Event& event) {
       const XSelectionRequestEvent& s = x.xselectionrequest;
       event.kind = W_SelectionRequest;
       event.window = s.owner;
-      event.selection.requestor = s.requestor;
-      event.selection.selection = s.selection;
-      event.selection.target = s.target;
-      event.selection.property = s.property;
-      event.selection.time = s.time;
+      event.selection = W_SelectionBody{s.requestor, s.selection, s.target, s.property, s.time};
       return true;
     }
     case SelectionNotify: {
       const XSelectionEvent& s = x.xselection;
       event.kind = W_SelectionNotify;
       event.window = s.requestor;
-      event.selection.requestor = s.requestor;
-      event.selection.selection = s.selection;
-      event.selection.target = s.target;
-      event.selection.property = s.property;
-      event.selection.time = s.time;
+      event.selection = W_SelectionBody{s.requestor, s.selection, s.target, s.property, s.time};
       return true;
     }
     default:

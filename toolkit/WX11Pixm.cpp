@@ -90,11 +90,11 @@ Request ParseName(const std::string& name) {
 std::uint8_t Clamp(int value) { return static_cast<std::uint8_t>(std::clamp(value, 0, 255)); }
 
 // "vramp-R,G,B,H,A" and "hramp-R,G,B,W,A" (the ".~" already cut).
-bool ComputeRamp(const std::string& spec, Image& image) {
-  const bool vertical = spec.rfind("vramp-", 0) == 0;
-  if (!vertical && spec.rfind("hramp-", 0) != 0) return false;
+bool ComputeRamp(const std::string& ramp, Image& image) {
+  const bool vertical = ramp.rfind("vramp-", 0) == 0;
+  if (!vertical && ramp.rfind("hramp-", 0) != 0) return false;
   std::vector<int> n;
-  if (!ParseNumbers(spec.substr(6), n) || n.size() != 5 || n[3] < 1 || n[3] > kMaxSide) return false;
+  if (!ParseNumbers(ramp.substr(6), n) || n.size() != 5 || n[3] < 1 || n[3] > kMaxSide) return false;
   const int length = n[3], amplitude = n[4];
   image.width = vertical ? kRampBreadth : length;
   image.height = vertical ? length : kRampBreadth;

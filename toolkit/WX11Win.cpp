@@ -64,6 +64,16 @@ int XYOf(W_Window window, int y, int height) {
   return parent != 0 ? WX11Win_Height(parent) - y - height : y;
 }
 
+// A size of at least 1 by 1, entered into the table before the request goes
+// out: conversions from now on count with it.
+void NewSize(W_Window window, int& width, int& height) {
+  width = std::max(width, 1);
+  height = std::max(height, 1);
+  WXWHash_Record& r = WXWHash_Get(window);
+  r.width = width;
+  r.height = height;
+}
+
 void DiscardEventsOf(Display* d, const std::unordered_set<W_Window>& gone) {
   XEvent event;
   auto matches = [](Display*, XEvent* e, XPointer set) -> Bool {
@@ -246,22 +256,14 @@ void WX11Win_ReparentWindow(W_Window window, W_Window parent, int x, int y) {
 void WX11Win_ResizeWindow(W_Window window, int width, int height) {
   Display* d = WX11Disp_Use();
   if (d == nullptr) return;
-  width = std::max(width, 1);
-  height = std::max(height, 1);
-  WXWHash_Record& r = WXWHash_Get(window);
-  r.width = width;
-  r.height = height;
+  NewSize(window, width, height);
   XResizeWindow(d, window, static_cast<unsigned>(width), static_cast<unsigned>(height));
 }
 
 void WX11Win_MoveResizeWindow(W_Window window, int x, int y, int width, int height) {
   Display* d = WX11Disp_Use();
   if (d == nullptr) return;
-  width = std::max(width, 1);
-  height = std::max(height, 1);
-  WXWHash_Record& r = WXWHash_Get(window);
-  r.width = width;
-  r.height = height;
+  NewSize(window, width, height);
   XMoveResizeWindow(d, window, x, XYOf(window, y, height), static_cast<unsigned>(width),
                     static_cast<unsigned>(height));
 }

@@ -97,11 +97,8 @@ Classes_ClassPtr blockClass = nullptr;
 
 void MakeBlockClass() {
   if (blockClass != nullptr) return;
-  auto* cls = new CWCore_ClassRec;
-  cls->superClass = CWCore_class;
-  Strings_Assign("TBlock", cls->name);
-  cls->instanceSize = sizeof(CWCore_Rec);
-  cls->InitClass = [](Classes_ClassPtr c, void*) {
+  blockClass = new CWCore_ClassRec;
+  const auto initClass = [](Classes_ClassPtr c, void*) {
     static_cast<CWCore_ClassRec*>(c)->QueryGeometry = [](Widget w, Geometry& g) {
       ++measured;
       CWCore_MyQueryGeometry(w, g);
@@ -109,10 +106,7 @@ void MakeBlockClass() {
       g.vDim = {10, 0};
     };
   };
-  cls->InitInstance = Classes_SimpleNullMethod;
-  cls->Destruct = Classes_SimpleNullMethod;
-  blockClass = cls;
-  Classes_InitClass(cls);
+  Classes_MakeClass(blockClass, CWCore_class, "TBlock", sizeof(CWCore_Rec), initClass, nullptr, nullptr, "");
 }
 
 class BoxTest : public ::testing::Test {

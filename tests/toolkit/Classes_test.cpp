@@ -41,19 +41,14 @@ void FooInitClass(Classes_ClassPtr cls, void* prototype) {
 
 void MakeFooClass() {
   if (fooClass != nullptr) return;
-  auto* cls = new CWCore_ClassRec;
-  cls->superClass = CWCore_class;
-  Strings_Assign("TFoo", cls->name);
-  cls->instanceSize = sizeof(Foo);
-  cls->InitClass = FooInitClass;
-  cls->InitInstance = [](void* i) {
-    // CWCore's initialisation ran first: the unset geometry is resolved.
-    log.push_back(static_cast<Foo*>(i)->geometry.hDim.stretch == Dim_Unbounded ? "init:after-core" : "init:first");
-  };
-  cls->Destruct = [](void*) { log.push_back("destruct"); };
-  fooClass = cls;
-  Classes_InitClass(cls);
-  Classes_AnnounceClass(cls, "TFOO");
+  fooClass = new CWCore_ClassRec;
+  Classes_MakeClass(
+      fooClass, CWCore_class, "TFoo", sizeof(Foo), FooInitClass,
+      [](void* i) {
+        // CWCore's initialisation ran first: the unset geometry is resolved.
+        log.push_back(static_cast<Foo*>(i)->geometry.hDim.stretch == Dim_Unbounded ? "init:after-core" : "init:first");
+      },
+      [](void*) { log.push_back("destruct"); }, "TFOO");
 }
 
 class ClassesTest : public ::testing::Test {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "base/Messages.h"
@@ -16,8 +17,10 @@
 #include "toolkit/CWLabel.h"
 #include "toolkit/CWPush.h"
 #include "toolkit/CWShell.h"
+#include "toolkit/CWHVBox.h"
 #include "toolkit/CWToggle.h"
 #include "toolkit/Wt.h"
+#include "toolkit/WtToolTip.h"
 
 namespace {
 
@@ -213,6 +216,53 @@ TEST_F(WtEventsTest, ExposureOfABurstComesOnceAndTheCloseButtonCalls) {
   EXPECT_TRUE(WtEvents_leaveMainLoop);
 }
 
-const bool site = UseBuildTreeSite(Messages_Init);
+// Timers that run when the test says so.
+std::vector<std::pair<WtEvents_Action, std::uintptr_t>> timers;
+int Schedule(int, WtEvents_Action action, std::uintptr_t data) {
+  timers.emplace_back(action, data);
+  return static_cast<int>(timers.size());
+}
+void Cancel(int timer) { timers[static_cast<std::size_t>(timer - 1)].first = nullptr; }
+
+std::vector<std::string> tips;
+void Tip(Widget, StrIn text, W_Point, W_Point, std::uintptr_t) { tips.push_back(text.Str()); }
+
+TEST_F(WtEventsTest, ToolTipsComeFromTheDialogsMessagesAfterTheDelay) {
+  WtEvents_SetTimerProcs(Schedule, Cancel);
+  WtToolTip_SetLevel(2, true);
+  CWShell_SetConfigProcs(shell_, "wtdemo", nullptr, nullptr);
+  CWShell_SetToolTipCallback(shell_, Tip, 0);
+  push_->helpMsg = 7;  // "OK"
+  W_Event enter;
+  enter.kind = W_EnterNotify;
+  enter.window = push_->window;
+  enter.input.x = enter.input.y = 1;
+  WtEvents_DispatchEvent(enter);
+  EXPECT_EQ(tips, std::vector<std::string>{"OK"});
+  ASSERT_EQ(timers.size(), 1u);
+  timers[0].first(timers[0].second);  // the delay is over: the tip shows
+  Click(push_);                       // and a click takes it down again
+  WtToolTip_PopDown();
+
+  // Without a shell at the root there is no tip.
+  Widget box = Wt_CreateWidget(nullptr, CWHVBox_vboxClass, nullptr);
+  SAttribs attrs = nullptr;
+  SAttribs_AddInt(attrs, "helpMsg", 7);
+  Widget orphan = Wt_CreateWidget(box, CWLabel_class, attrs);
+  SAttribs_Destroy(attrs);
+  char text[64];
+  W_Point a, b;
+  EXPECT_FALSE(CWCore_GetToolTipText(orphan, 2, 0, 0, text, a, b));
+  EXPECT_TRUE(CWCore_GetToolTipText(push_, 2, 0, 0, text, a, b));
+  EXPECT_FALSE(CWCore_GetToolTipText(push_, 1, 0, 0, text, a, b));  // tips off at level 1
+  Wt_DestroyWidget(box);
+  WtToolTip_SetLevel(1, true);
+  WtEvents_SetTimerProcs(nullptr, nullptr);
+}
+
+const bool site = UseBuildTreeSite([] {
+  Messages_Init();
+  Messages_UseMsgCat("WTDEMOmsg");
+});
 
 }  // namespace
