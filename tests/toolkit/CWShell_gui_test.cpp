@@ -4,6 +4,7 @@
 // window manager's delete protocol. Run once with the client side fonts and
 // once with TV_DISABLE_XFT in the server's core fonts.
 #include <gtest/gtest.h>
+#include <poll.h>
 
 #include <cctype>
 #include <chrono>
@@ -22,6 +23,7 @@
 #include "tools/WtSample.h"
 // Xlib last: its macros (Expose, None) would hide names of the headers above.
 #include "toolkit/WX11Win.h"
+#include <X11/Xatom.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
@@ -212,6 +214,50 @@ TEST_F(ShellTest, TheWindowManagersCloseCallsTheCloseCallback) {
   ASSERT_TRUE(XGetWMProtocols(user_, x.xclient.window, &protocols, &count));
   EXPECT_EQ(count, 2);
   XFree(protocols);
+}
+
+// The test's connection plays the window manager: it takes the requests of
+// the top-level windows and reads what the shell tells it.
+TEST_F(ShellTest, TheWindowManagerIsToldTypeStateAndActivation) {
+  const Window outer = static_cast<CWShell>(s_.shell)->outerWindow;
+  Atom type;
+  int format;
+  unsigned long count, after;
+  unsigned char* data = nullptr;
+  ASSERT_EQ(XGetWindowProperty(user_, outer, XInternAtom(user_, "_NET_WM_WINDOW_TYPE", False), 0, 1, False, XA_ATOM,
+                               &type, &format, &count, &after, &data),
+            Success);
+  ASSERT_EQ(count, 1u);
+  EXPECT_EQ(*reinterpret_cast<Atom*>(data), XInternAtom(user_, "_NET_WM_WINDOW_TYPE_NORMAL", False));
+  XFree(data);
+
+  const Window root = DefaultRootWindow(user_);
+  XSelectInput(user_, root, SubstructureRedirectMask);
+  XSync(user_, False);
+  CWShell_SetMaximized(s_.shell, true);
+  CWCore_RaiseWindow(s_.shell);
+  W_Flush();
+  XEvent x;
+  auto next = [&](const char* name) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (std::chrono::steady_clock::now() < deadline) {
+      if (XCheckTypedEvent(user_, ClientMessage, &x) && x.xclient.message_type == XInternAtom(user_, name, False))
+        return true;
+      pollfd readable{ConnectionNumber(user_), POLLIN, 0};
+      poll(&readable, 1, 50);
+    }
+    return false;
+  };
+  ASSERT_TRUE(next("_NET_WM_STATE"));
+  EXPECT_EQ(x.xclient.window, outer);
+  EXPECT_EQ(x.xclient.data.l[0], 1);
+  EXPECT_EQ(static_cast<Atom>(x.xclient.data.l[1]), XInternAtom(user_, "_NET_WM_STATE_MAXIMIZED_HORZ", False));
+  EXPECT_EQ(static_cast<Atom>(x.xclient.data.l[2]), XInternAtom(user_, "_NET_WM_STATE_MAXIMIZED_VERT", False));
+  EXPECT_EQ(x.xclient.data.l[3], 1);
+  ASSERT_TRUE(next("_NET_ACTIVE_WINDOW"));
+  EXPECT_EQ(x.xclient.window, outer);
+  EXPECT_EQ(x.xclient.data.l[0], 1);
+  XSelectInput(user_, root, NoEventMask);
 }
 
 TEST_F(ShellTest, AWindowOfUnknownHeightIsAskedOnceAndRemembered) {
