@@ -92,8 +92,9 @@ void WX11Disp_CloseDisplay() {
 }
 
 void WX11Disp_CloseDisplayAtIOError() {
-  ForgetTables();
+  // Without a display the tables are forgotten without a word to the server.
   WX11Disp_display = nullptr;
+  ForgetTables();
 }
 
 bool WX11Disp_DisplayOpen() { return WX11Disp_display != nullptr; }

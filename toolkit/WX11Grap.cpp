@@ -101,6 +101,9 @@ bool WX11Grap_CheckGCClipping(W_Drawable drawable, W_GC gc, std::vector<XRectang
 }
 
 void WX11Grap_DisplayClosed() {
+  // Xlib keeps the GCs' own memory until they are freed, even past closing.
+  if (WX11Disp_display != nullptr)
+    for (const auto& [handle, info] : addInfo) XFreeGC(WX11Disp_display, info.gc);
   addInfo.clear();
   implicitWindow = 0;
   WX11Grap_ColorsForgotten();

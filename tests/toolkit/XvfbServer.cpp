@@ -90,3 +90,7 @@ bool UseXvfb(int depth) {
   ::testing::AddGlobalTestEnvironment(new XvfbEnvironment(depth));
   return true;
 }
+
+// The font configuration library keeps parts of its configuration that it
+// never frees; the leak checker of the sanitizer build is told so.
+extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig.so\n"; }
