@@ -6,6 +6,10 @@ set -euo pipefail
 packages=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev python3)
 # The TIFF driver reads and writes through libtiff; its tests and benchmark use tiffcp.
 packages+=(libtiff-dev libtiff-tools)
+# The GUI toolkit links Xlib and loads the client side font library at run
+# time (its headers give the types); its tests and screenshots need a private
+# X server, XTest, xwd and convert, and a font for fontconfig to find.
+packages+=(pkg-config libx11-dev libxft-dev libfontconfig-dev libxtst-dev xvfb x11-apps imagemagick fonts-dejavu-core)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

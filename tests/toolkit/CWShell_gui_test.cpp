@@ -1,0 +1,279 @@
+// The sample dialog on a private X server: it maps, lies where the layout put
+// it (checked against the server's windows, y upward), redraws on exposure,
+// takes input from the keyboard and mouse of XTest, and closes through the
+// window manager's delete protocol. Run once with the client side fonts and
+// once with TV_DISABLE_XFT in the server's core fonts.
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <cctype>
+#include <chrono>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "base/Messages.h"
+#include "tests/support/TestFiles.h"
+#include "tests/toolkit/XvfbServer.h"
+#include "toolkit/CWIOFld.h"
+#include "toolkit/CWShell.h"
+#include "toolkit/CWToggle.h"
+#include "toolkit/Wt.h"
+#include "toolkit/WtEvents.h"
+#include "tools/WtSample.h"
+// Xlib last: its macros (Expose, None) would hide names of the headers above.
+#include "toolkit/WX11Win.h"
+#include <X11/Xatom.h>
+#include <X11/Xutil.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+namespace {
+
+std::vector<std::string> reports;
+int closes = 0;
+
+void Report(Widget w, std::uintptr_t name, WidgetValue* value) {
+  const std::string text = WtTypes_KindOf(value->widgetType) == WtTypes_kString
+                                ? WtTypes_AsString(*value).Str()
+                                : std::to_string(WtTypes_AsInteger(*value));
+  reports.push_back(std::string(reinterpret_cast<const char*>(name)) + "=" + text);
+  (void)w;
+}
+
+void Close(Widget, std::uintptr_t) { ++closes; }
+
+// Dispatches events until `done` holds; false when 20 seconds passed first.
+template <class Done>
+bool Pump(Done done) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  for (;;) {
+    WtEvents_ExecuteDeferredActions();
+    while (WtEvents_Pending()) {
+      W_Event e;
+      WtEvents_NextEvent(e);
+      WtEvents_DispatchEvent(e);
+      WtEvents_ExecuteDeferredActions();
+    }
+    if (done()) return true;
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    W_Flush();
+    W_WaitForEvents(50);
+  }
+}
+
+class ShellTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    user_ = XOpenDisplay(nullptr);  // the test's own connection: the "user"
+    ASSERT_NE(user_, nullptr);
+    reports.clear();
+    closes = 0;
+    WtSample_Build(s_);
+    CWCore_SetCallback(s_.shell, Report, reinterpret_cast<std::uintptr_t>("shell"));
+    CWCore_SetCallback(s_.ok, Report, reinterpret_cast<std::uintptr_t>("ok"));
+    CWCore_SetCallback(s_.name, Report, reinterpret_cast<std::uintptr_t>("name"));
+    CWCore_SetCallback(s_.copies, Report, reinterpret_cast<std::uintptr_t>("copies"));
+    CWShell_SetDelWndCallback(s_.shell, Close, 0);
+    CWShell_Popup(s_.shell, 0);
+    ASSERT_TRUE(Pump([&] { return static_cast<CWShell>(s_.shell)->exposed; }));
+  }
+  void TearDown() override {
+    WtSample_Destroy(s_);
+    W_Sync(false);
+    XCloseDisplay(user_);
+  }
+
+  // The server's place of a widget's window in the shell's inner window.
+  void ServerPlace(Widget w, int& x, int& top) {
+    Window child;
+    XTranslateCoordinates(user_, w->window, s_.shell->window, 0, 0, &x, &top, &child);
+  }
+  void PointAt(Widget w) {
+    int x, y;
+    Window child;
+    XTranslateCoordinates(user_, w->window, DefaultRootWindow(user_), w->width / 2, w->height / 2, &x, &y, &child);
+    XTestFakeMotionEvent(user_, -1, x, y, 0);
+  }
+  void Click(Widget w) {
+    PointAt(w);
+    XTestFakeButtonEvent(user_, 1, True, 0);
+    XTestFakeButtonEvent(user_, 1, False, 0);
+    XFlush(user_);
+  }
+  void Press(KeySym sym, KeySym modifier = NoSymbol) {
+    const KeyCode mod = modifier != NoSymbol ? XKeysymToKeycode(user_, modifier) : 0;
+    const KeyCode key = XKeysymToKeycode(user_, sym);
+    if (mod != 0) XTestFakeKeyEvent(user_, mod, True, 0);
+    XTestFakeKeyEvent(user_, key, True, 0);
+    XTestFakeKeyEvent(user_, key, False, 0);
+    if (mod != 0) XTestFakeKeyEvent(user_, mod, False, 0);
+    XFlush(user_);
+  }
+  void Type(const std::string& text) {
+    for (const char c : text) Press(static_cast<KeySym>(c), std::isupper(c) ? XK_Shift_L : NoSymbol);
+  }
+  bool TextIs(Widget w, const std::string& text) {
+    return Pump([&] { return CWTextIO_GetText(w).Str() == text; });
+  }
+  // Near-black pixels of a widget's window: its text.
+  int InkOf(Widget w) {
+    XImage* image = XGetImage(user_, w->window, 0, 0, static_cast<unsigned>(w->width),
+                              static_cast<unsigned>(w->height), AllPlanes, ZPixmap);
+    int ink = 0;
+    for (int y = 0; y < w->height; ++y)
+      for (int x = 0; x < w->width; ++x) {
+        const unsigned long p = XGetPixel(image, x, y);
+        if (((p >> 16) & 0xFF) < 60 && ((p >> 8) & 0xFF) < 60 && (p & 0xFF) < 60) ++ink;
+      }
+    XDestroyImage(image);
+    return ink;
+  }
+
+  Display* user_ = nullptr;
+  WtSample s_;
+};
+
+TEST_F(ShellTest, WidgetsLieWhereTheLayoutPutThemCountedUpward) {
+  EXPECT_EQ(W_UseXft(), std::getenv("TV_DISABLE_XFT") == nullptr);
+  const Widget shell = s_.shell;
+  const int border = 10;
+  // The heading at the top, the buttons at the bottom, right-aligned.
+  EXPECT_EQ(s_.heading->y + s_.heading->height, shell->height - border);
+  EXPECT_EQ(s_.ok->y, border);
+  EXPECT_EQ(s_.cancel->x + s_.cancel->width, shell->width - border);
+  EXPECT_EQ(s_.ok->x + s_.ok->width + 6, s_.cancel->x);
+  // Labels and fields of a row share their middle line.
+  EXPECT_NEAR(2 * s_.nameLabel->y + s_.nameLabel->height, 2 * s_.name->y + s_.name->height, 1);
+  EXPECT_GT(s_.name->y, s_.copies->y);
+  for (Widget w : {s_.heading, s_.nameLabel, s_.name, s_.copiesLabel, s_.copies, s_.proof, s_.ok, s_.cancel}) {
+    int x, top;
+    ServerPlace(w, x, top);
+    EXPECT_EQ(x, w->x);
+    EXPECT_EQ(top, shell->height - w->y - w->height);
+    XWindowAttributes a;
+    XGetWindowAttributes(user_, w->window, &a);
+    EXPECT_EQ(a.width, w->width);
+    EXPECT_EQ(a.height, w->height);
+    EXPECT_EQ(a.map_state, IsViewable);
+  }
+}
+
+TEST_F(ShellTest, ExposureRedrawsAWidget) {
+  ASSERT_TRUE(Pump([&] { return InkOf(s_.ok) > 0; }));
+  XClearWindow(user_, s_.ok->window);
+  XSync(user_, False);
+  EXPECT_EQ(InkOf(s_.ok), 0);
+  XClearArea(user_, s_.ok->window, 0, 0, 0, 0, True);
+  XFlush(user_);
+  EXPECT_TRUE(Pump([&] { return InkOf(s_.ok) > 0; }));
+}
+
+TEST_F(ShellTest, KeyboardAndMouseReachTheWidgets) {
+  Click(s_.name);
+  Type("Hello");
+  EXPECT_TRUE(TextIs(s_.name, "Hello"));
+  // Tab commits the name and selects the number, which typing replaces.
+  Press(XK_Tab);
+  Type("3");
+  EXPECT_TRUE(TextIs(s_.copies, "3"));
+  Press(XK_Return);
+  ASSERT_TRUE(Pump([&] { return reports.size() >= 3; }));
+  EXPECT_EQ(reports, (std::vector<std::string>{"name=Hello", "copies=3", "shell=1"}));
+
+  // The mnemonic goes back to the name; the clipboard copies and pastes.
+  Press(XK_n, XK_Alt_L);
+  ASSERT_TRUE(Pump([&] { return CWShell_HasFocus(s_.name); }));
+  Press(XK_a, XK_Control_L);
+  Press(XK_c, XK_Control_L);
+  Press(XK_Delete);
+  EXPECT_TRUE(TextIs(s_.name, ""));
+  Press(XK_v, XK_Control_L);
+  EXPECT_TRUE(TextIs(s_.name, "Hello"));
+
+  Click(s_.proof);
+  EXPECT_TRUE(Pump([&] { return CWToggle_IsOn(s_.proof); }));
+  Click(s_.ok);
+  EXPECT_TRUE(Pump([&] { return reports.back() == "ok=1"; }));
+}
+
+TEST_F(ShellTest, TheWindowManagersCloseCallsTheCloseCallback) {
+  XEvent x{};
+  x.xclient.type = ClientMessage;
+  x.xclient.window = static_cast<CWShell>(s_.shell)->outerWindow;
+  x.xclient.message_type = XInternAtom(user_, "WM_PROTOCOLS", False);
+  x.xclient.format = 32;
+  x.xclient.data.l[0] = static_cast<long>(XInternAtom(user_, "WM_DELETE_WINDOW", False));
+  x.xclient.data.l[1] = CurrentTime;
+  XSendEvent(user_, x.xclient.window, False, NoEventMask, &x);
+  XFlush(user_);
+  EXPECT_TRUE(Pump([] { return closes == 1; }));
+  // The protocols are registered for the window manager.
+  Atom* protocols = nullptr;
+  int count = 0;
+  ASSERT_TRUE(XGetWMProtocols(user_, x.xclient.window, &protocols, &count));
+  EXPECT_EQ(count, 2);
+  XFree(protocols);
+}
+
+// The test's connection plays the window manager: it takes the requests of
+// the top-level windows and reads what the shell tells it.
+TEST_F(ShellTest, TheWindowManagerIsToldTypeStateAndActivation) {
+  const Window outer = static_cast<CWShell>(s_.shell)->outerWindow;
+  Atom type;
+  int format;
+  unsigned long count, after;
+  unsigned char* data = nullptr;
+  ASSERT_EQ(XGetWindowProperty(user_, outer, XInternAtom(user_, "_NET_WM_WINDOW_TYPE", False), 0, 1, False, XA_ATOM,
+                               &type, &format, &count, &after, &data),
+            Success);
+  ASSERT_EQ(count, 1u);
+  EXPECT_EQ(*reinterpret_cast<Atom*>(data), XInternAtom(user_, "_NET_WM_WINDOW_TYPE_NORMAL", False));
+  XFree(data);
+
+  const Window root = DefaultRootWindow(user_);
+  XSelectInput(user_, root, SubstructureRedirectMask);
+  XSync(user_, False);
+  CWShell_SetMaximized(s_.shell, true);
+  CWCore_RaiseWindow(s_.shell);
+  W_Flush();
+  XEvent x;
+  auto next = [&](const char* name) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (std::chrono::steady_clock::now() < deadline) {
+      if (XCheckTypedEvent(user_, ClientMessage, &x) && x.xclient.message_type == XInternAtom(user_, name, False))
+        return true;
+      pollfd readable{ConnectionNumber(user_), POLLIN, 0};
+      poll(&readable, 1, 50);
+    }
+    return false;
+  };
+  ASSERT_TRUE(next("_NET_WM_STATE"));
+  EXPECT_EQ(x.xclient.window, outer);
+  EXPECT_EQ(x.xclient.data.l[0], 1);
+  EXPECT_EQ(static_cast<Atom>(x.xclient.data.l[1]), XInternAtom(user_, "_NET_WM_STATE_MAXIMIZED_HORZ", False));
+  EXPECT_EQ(static_cast<Atom>(x.xclient.data.l[2]), XInternAtom(user_, "_NET_WM_STATE_MAXIMIZED_VERT", False));
+  EXPECT_EQ(x.xclient.data.l[3], 1);
+  ASSERT_TRUE(next("_NET_ACTIVE_WINDOW"));
+  EXPECT_EQ(x.xclient.window, outer);
+  EXPECT_EQ(x.xclient.data.l[0], 1);
+  XSelectInput(user_, root, NoEventMask);
+}
+
+TEST_F(ShellTest, AWindowOfUnknownHeightIsAskedOnceAndRemembered) {
+  const Window foreign = XCreateSimpleWindow(user_, DefaultRootWindow(user_), 0, 0, 40, 77, 0, 0, 0);
+  XSync(user_, False);
+  EXPECT_EQ(WX11Win_TransformY(foreign, 0, 0), 76);
+  XResizeWindow(user_, foreign, 40, 99);
+  XSync(user_, False);
+  EXPECT_EQ(WX11Win_TransformY(foreign, 0, 0), 76);
+  XDestroyWindow(user_, foreign);
+}
+
+const bool site = UseBuildTreeSite([] {
+  Messages_Init();
+  Messages_UseMsgCat("WTDEMOmsg");
+});
+const bool server = UseXvfb();
+
+}  // namespace
