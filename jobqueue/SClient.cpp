@@ -329,6 +329,22 @@ bool SClient_ReceiveEvent(SClient conn, SEvent event) {
   return true;
 }
 
+bool SClient_AwaitEvent(SClient conn, int timeoutMs) {
+  if (conn == nullptr || !SClient_TryReconnect(conn)) return false;
+  const Clock::time_point start = Clock::now();
+  for (;;) {
+    if (Socket_Available(conn->socket) > 0) return true;
+    const int left = timeoutMs - Since(start);
+    if (left <= 0) return false;
+    if (Socket_WaitReadable(conn->socket, std::min(left, kReceiveSliceMs))) {
+      Socket_Fill(conn->socket);
+      if (Socket_Available(conn->socket) > 0) return true;
+    }
+    if (!Socket_IsAlive(conn->socket)) return false;
+    conn->yield();
+  }
+}
+
 bool SClient_IsConnected(SClient conn) { return conn != nullptr && conn->socket != nullptr && Socket_IsAlive(conn->socket); }
 int SClient_ErrorCode(SClient conn) { return conn == nullptr ? 0 : conn->code; }
 

@@ -66,6 +66,9 @@ std::uint32_t SClient_SupportedRequestVersions(SClient conn, StrIn name);
 // Takes one whole event when it is buffered; false without waiting otherwise.
 // A broken connection gets one reconnect attempt.
 bool SClient_ReceiveEvent(SClient conn, SEvent event);
+// Waits up to `timeoutMs` until bytes of an event are there, calling the
+// yield procedure between slices; false when none came or the line broke.
+bool SClient_AwaitEvent(SClient conn, int timeoutMs);
 
 // --- Query ----------------------------------------------------------------------------
 bool SClient_IsConnected(SClient conn);

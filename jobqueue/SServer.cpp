@@ -32,6 +32,9 @@ struct SServer_Rec {
   std::size_t next = 0;  // where the round of connections goes on, for fairness
   SServer_GoneProc gone = nullptr;
   void* goneData = nullptr;
+  SServer_IdentifiedProc identified = nullptr;
+  void* identifiedData = nullptr;
+  int wake = -1;
   bool debugging = false;
 };
 
@@ -92,7 +95,10 @@ SReqObj CurrentClients(SServer server) {
 bool Standard(SServer server, SServer_Conn conn, int request, SReqObj params) {
   SReqObj first = SReqObj_Element(params, 0);
   switch (request) {
-    case SProtocol_CLIENTID: SProtocol_ReadClientID(params, conn->client); return true;
+    case SProtocol_CLIENTID:
+      if (SProtocol_ReadClientID(params, conn->client) && server->identified != nullptr)
+        server->identified(conn, server->identifiedData);
+      return true;
     case SProtocol_SET_EVENT_MASK:
       SReqObj_Destroy(conn->mask);
       conn->mask = SReqObj_Copy(first);
@@ -207,6 +213,16 @@ void SServer_OnConnectionGone(SServer server, SServer_GoneProc proc, void* data)
   server->goneData = data;
 }
 
+void SServer_OnClientIdentified(SServer server, SServer_IdentifiedProc proc, void* data) {
+  if (server == nullptr) return;
+  server->identified = proc;
+  server->identifiedData = data;
+}
+
+void SServer_WakeOn(SServer server, int descriptor) {
+  if (server != nullptr) server->wake = descriptor;
+}
+
 bool SServer_Next(SServer server, int timeoutMs, SServer_Request& request) {
   request = {};
   if (server == nullptr) return false;
@@ -215,12 +231,13 @@ bool SServer_Next(SServer server, int timeoutMs, SServer_Request& request) {
     // 1. Bytes already buffered are served before anything waits.
     if (ServeReady(server, request) == 1) return true;
     // 2. Wait for the line: new clients or new bytes.
-    std::vector<pollfd> fds{{Socket_Descriptor(server->listener), POLLIN, 0}};
+    std::vector<pollfd> fds{{Socket_Descriptor(server->listener), POLLIN, 0}, {server->wake, POLLIN, 0}};
     for (const auto& c : server->conns) fds.push_back({Socket_Descriptor(c->socket), POLLIN, 0});
     const auto used = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
     const int left = timeoutMs < 0 ? -1 : static_cast<int>(timeoutMs - used);
     if (timeoutMs >= 0 && left <= 0) return false;
     if (::poll(fds.data(), fds.size(), left) <= 0) continue;
+    if (fds[1].revents != 0) return false;
     if (fds[0].revents != 0) AcceptAll(server);
   }
 }
