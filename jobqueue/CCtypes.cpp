@@ -107,3 +107,28 @@ std::vector<std::string> CCtypes_SplitEscaped(std::string_view text) {
   }
   return tokens;
 }
+
+std::string CCtypes_LineEscape(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (char c : text) {
+    if (c == '%') out += "%25";
+    else if (c == '\n') out += "%0A";
+    else if (c == '\r') out += "%0D";
+    else out += c;
+  }
+  return out;
+}
+
+std::string CCtypes_LineUnescape(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const std::string_view code = text.substr(i, 3);
+    if (code == "%25") out += '%', i += 2;
+    else if (code == "%0A") out += '\n', i += 2;
+    else if (code == "%0D") out += '\r', i += 2;
+    else out += text[i];
+  }
+  return out;
+}

@@ -89,3 +89,7 @@ std::string CCtypes_Unescape(std::string_view text);
 // The tokens of `text` split at unescaped blanks, unescaped; runs of blanks
 // give empty tokens, as the writer never makes them.
 std::vector<std::string> CCtypes_SplitEscaped(std::string_view text);
+// A text on one line: "%", line feed and carriage return become "%25",
+// "%0A" and "%0D". The queue's files keep one job text a line.
+std::string CCtypes_LineEscape(std::string_view text);
+std::string CCtypes_LineUnescape(std::string_view text);

@@ -1,0 +1,119 @@
+#include "services/CCworker/CCjobDir.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "jobqueue/CCtypes.h"
+
+namespace {
+
+std::string directory;
+
+std::string PathOf(const std::string& id, const char* suffix) { return directory + "/" + id + suffix; }
+
+bool WriteAll(int fd, const std::string& text) {
+  std::size_t done = 0;
+  while (done < text.size()) {
+    const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+    if (n <= 0) return false;
+    done += static_cast<std::size_t>(n);
+  }
+  return true;
+}
+
+}  // namespace
+
+bool CCjobDir_Open(const std::string& dir) {
+  directory = dir;
+  std::error_code error;
+  std::filesystem::create_directories(dir, error);
+  return ::access(dir.c_str(), W_OK | X_OK) == 0;
+}
+
+int CCjobDir_Create(const CCjobDir_Record& r) {
+  const std::string path = PathOf(r.id, ".job");
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+  if (fd < 0) return -1;
+  const std::string text = CCtypes_Escape(r.employerHost) + " " + std::to_string(r.employerPort) + " " +
+                           CCtypes_Escape(r.workerName) + "\n" + CCtypes_LineEscape(r.jobText) + "\n";
+  if (::flock(fd, LOCK_EX) != 0 || !WriteAll(fd, text)) {
+    ::close(fd);
+    ::unlink(path.c_str());
+    return -1;
+  }
+  return fd;
+}
+
+std::vector<std::string> CCjobDir_List() {
+  std::vector<std::string> ids;
+  DIR* dir = ::opendir(directory.c_str());
+  if (dir == nullptr) return ids;
+  while (const dirent* entry = ::readdir(dir)) {
+    const std::string name = entry->d_name;
+    if (name.size() > 4 && name.compare(name.size() - 4, 4, ".job") == 0) ids.push_back(name.substr(0, name.size() - 4));
+  }
+  ::closedir(dir);
+  return ids;
+}
+
+bool CCjobDir_Read(const std::string& id, CCjobDir_Record& r) {
+  std::ifstream in(PathOf(id, ".job"));
+  std::string head, text, line;
+  if (!std::getline(in, head) || !std::getline(in, text)) return false;
+  const std::vector<std::string> fields = CCtypes_SplitEscaped(head);
+  if (fields.size() != 3) return false;
+  r.id = id;
+  r.employerHost = fields[0];
+  r.employerPort = static_cast<std::uint16_t>(std::atoi(fields[1].c_str()));
+  r.workerName = fields[2];
+  r.jobText = CCtypes_LineUnescape(text);
+  r.guardian = 0;
+  while (std::getline(in, line))
+    if (line.rfind("guardian ", 0) == 0) r.guardian = std::atoi(line.c_str() + 9);
+  struct stat st {};
+  r.started = ::stat(PathOf(id, ".job").c_str(), &st) == 0 ? st.st_mtime : 0;
+  return r.employerPort != 0 && !r.jobText.empty();
+}
+
+bool CCjobDir_Held(const std::string& id) {
+  const int fd = ::open(PathOf(id, ".job").c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  const bool held = ::flock(fd, LOCK_EX | LOCK_NB) != 0;
+  ::close(fd);
+  return held;
+}
+
+CCjobDir_Outcome CCjobDir_ReadOutcome(const std::string& id) {
+  CCjobDir_Outcome outcome;
+  std::ifstream in(PathOf(id, ".exit"));
+  std::string kind;
+  if (in >> kind >> outcome.code) {
+    outcome.known = kind == "exit" || kind == "signal";
+    outcome.signaled = kind == "signal";
+  }
+  return outcome;
+}
+
+std::string CCjobDir_ExitPath(const std::string& id) { return PathOf(id, ".exit"); }
+
+void CCjobDir_WriteOutcome(const std::string& path, const CCjobDir_Outcome& outcome) {
+  const std::string temporary = path + ".tmp";
+  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  if (fd < 0) return;
+  const bool written = WriteAll(fd, std::string(outcome.signaled ? "signal " : "exit ") + std::to_string(outcome.code) + "\n");
+  ::close(fd);
+  if (!written || ::rename(temporary.c_str(), path.c_str()) != 0) ::unlink(temporary.c_str());
+}
+
+void CCjobDir_Remove(const std::string& id) {
+  ::unlink(PathOf(id, ".exit").c_str());
+  ::unlink(PathOf(id, ".job").c_str());
+}
