@@ -191,18 +191,20 @@ CCjobBase_Job CCclient_PeekJob(SClient conn, StrIn hostname, std::uint8_t cpuUsa
 }
 
 bool CCclient_InformJobFinished(SClient conn, StrIn host, StrIn id, std::uint8_t status, std::uint8_t cancelReason,
-                                StrIn errorFile) {
+                                StrIn errorFile, bool async) {
   SReqObj params = Params(Text(host));
   SReqObj_Append(params, Text(id));
-  if (!Supports(conn, "JOB_FINISHED", 2)) {
+  int request = CCprotocol_JOB_FINISHED_2;
+  if (Supports(conn, "JOB_FINISHED", 2)) {
+    SReqObj_Append(params, Text(Word(CCtypes_JobStatusToString, status)));
+    SReqObj_Append(params, Text(errorFile));
+    SReqObj_Append(params, Text(Word(CCtypes_CancelReasonToString, cancelReason)));
+  } else {
+    request = CCprotocol_JOB_FINISHED;
     SReqObj_Append(params, SReqObj_CreateInteger(OldStatusNumber(status)));
     SReqObj_Append(params, Text(errorFile));
-    return Ask(conn, CCprotocol_JOB_FINISHED, params);
   }
-  SReqObj_Append(params, Text(Word(CCtypes_JobStatusToString, status)));
-  SReqObj_Append(params, Text(errorFile));
-  SReqObj_Append(params, Text(Word(CCtypes_CancelReasonToString, cancelReason)));
-  return Ask(conn, CCprotocol_JOB_FINISHED_2, params);
+  return async ? SClient_Post(conn, request, params) : Ask(conn, request, params);
 }
 
 bool CCclient_InformWorkerError(SClient conn, StrIn host, std::int32_t number, StrIn source, StrIn text) {

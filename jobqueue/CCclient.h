@@ -64,9 +64,10 @@ bool CCclient_SetDebugMode(SClient conn, bool debug);
 // The next job for the worker `hostname` that may take the CPU usages of
 // `cpuUsages` (a set); nil when none is ready. The caller owns the job.
 CCjobBase_Job CCclient_PeekJob(SClient conn, StrIn hostname, std::uint8_t cpuUsages);
-// Tells the server how job `id` ended on `host`.
+// Tells the server how job `id` ended on `host`. With `async` the answer is
+// not awaited (SClient_TakePosted tells when it came).
 bool CCclient_InformJobFinished(SClient conn, StrIn host, StrIn id, std::uint8_t status, std::uint8_t cancelReason,
-                                StrIn errorFile);
+                                StrIn errorFile, bool async = false);
 // Tells the server of a worker's failure, for the listeners.
 bool CCclient_InformWorkerError(SClient conn, StrIn host, std::int32_t number, StrIn source, StrIn text);
 

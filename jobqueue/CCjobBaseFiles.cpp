@@ -1,6 +1,7 @@
 // Job ids, the job's error and progress files, and paths seen from another host.
 #include <chrono>
 #include <cstdio>
+#include <set>
 
 #include "base/DirAcces.h"
 #include "base/Messages.h"
@@ -22,10 +23,12 @@ std::string MachineName() {
 // "<dir>/<id><suffix>" in `dirName` of MARLDAT (of TMP for NFS sites), the
 // directory made on first use, open to every user.
 std::string JobFile(CCjobBase_Job job, const char* dirName, const char* suffix) {
+  static std::set<std::string> made;  // a server names files for thousands of jobs
   char dir[kPathCap];
   DirAcces_IncludeSpecialPath(DirAcces_CheckFlag(kNfsFlag) ? DirAcces_TMP : DirAcces_MARLDAT, StrIn::C(dirName), dir);
-  Messages_Quietly([&] { return DirAcces_RecursiveMkDir(dir, 0777); });
-  return StrIn(dir).Str() + "/" + StrIn(job->id).Str() + suffix;
+  const std::string path = StrIn(dir).Str();
+  if (made.insert(path).second) Messages_Quietly([&] { return DirAcces_RecursiveMkDir(dir, 0777); });
+  return path + "/" + StrIn(job->id).Str() + suffix;
 }
 
 std::size_t Parts(std::string_view id) {

@@ -19,6 +19,7 @@ struct SServer_ConnRec {
   SProtocol_ClientID client;
   SReqObj mask = nullptr;
   bool asynchronous = false;
+  bool readable = true;  // the line may hold bytes not yet buffered
   ~SServer_ConnRec() {
     Socket_Close(socket);
     SReqObj_Destroy(mask);
@@ -172,7 +173,9 @@ int ServeReady(SServer server, SServer_Request& request) {
     if (server->next >= server->conns.size()) server->next = 0;
     const std::size_t index = server->next++;
     SServer_Conn conn = server->conns[index].get();
-    const bool open = Socket_Fill(conn->socket);
+    // Only a line that poll found readable is read: the others have nothing new.
+    const bool open = !conn->readable || Socket_Fill(conn->socket);
+    conn->readable = false;
     if (Socket_Available(conn->socket) > 0) {
       const int got = ReadRequest(server, conn, request);
       if (got == 1) return 1;
@@ -237,6 +240,8 @@ bool SServer_Next(SServer server, int timeoutMs, SServer_Request& request) {
     const int left = timeoutMs < 0 ? -1 : static_cast<int>(timeoutMs - used);
     if (timeoutMs >= 0 && left <= 0) return false;
     if (::poll(fds.data(), fds.size(), left) <= 0) continue;
+    for (std::size_t i = 0; i < server->conns.size(); ++i)
+      if (fds[i + 2].revents != 0) server->conns[i]->readable = true;
     if (fds[1].revents != 0) return false;
     if (fds[0].revents != 0) AcceptAll(server);
   }

@@ -1,8 +1,8 @@
 // CCworker: runs the jobs of the queue servers that employ it. A server
 // tells it that jobs wait; it asks for them while it has room, runs each
-// command through the shell under a guardian (CCrunner), and tells the
-// server how the job ended. Jobs outlive the worker: one started after a
-// killed worker takes over their guardians and reports their ends.
+// command through the shell (CCrunner), and tells the server how the job
+// ended. Jobs outlive the worker: one started after a killed worker takes
+// over the jobs still running and reports the ends of all.
 //
 //   CCworker [-b ADDRESS] [-d DIRECTORY] [-j SLOTS]
 //
@@ -14,7 +14,6 @@
 // The port is 5611 unless TV_CCWORKER_PORT names another.
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -47,18 +46,21 @@ char section[16] = "CCworker";
 
 constexpr int kBusyTickMs = 100;
 constexpr int kIdleTickMs = 1000;
+constexpr auto kKillGrace = std::chrono::seconds(5);
 
 struct Job {
   std::string id;
   CCjobBase_Job job = nullptr;  // owned
   CCemployer_Employer* employer = nullptr;
-  int guardian = 0;
-  bool adopted = false;  // a guardian of the worker before: watched through its file
+  int process = 0;       // the job's shell, leader of the job's process group
+  bool adopted = false;  // started by the worker before: watched through its file
   std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
-  bool cancelRequested = false;
+  bool cancelRequested = false, killed = false;
+  std::chrono::steady_clock::time_point canceledAt{};
   std::uint8_t cancelReason = CCtypes_NoReason;
   bool ended = false;
   std::uint8_t status = CCtypes_Running;
+  std::int32_t reportedOn = 0;  // the connection its end was told over; 0 not yet
   ~Job() { CCjobBase_Destroy(job); }
 };
 
@@ -125,17 +127,21 @@ void AppendToErrorFile(CCjobBase_Job job, const std::string& text) {
   }
 }
 
-// The job's command ended (or its guardian is gone): what the guardian wrote decides.
-void Ended(Job& j) {
-  const CCjobDir_Outcome outcome = CCjobDir_ReadOutcome(j.id);
-  if (j.cancelRequested) j.status = CCtypes_Canceled;
-  else if (outcome.known && !outcome.signaled && outcome.code == 0) j.status = CCtypes_Done;
-  else j.status = CCtypes_Failed;
-  if (!outcome.known) AppendToErrorFile(j.job, Message(4, ""));
+void Finish(Job& j, std::uint8_t status) {
+  j.status = status;
   j.ended = true;
+  j.employer->hasWork = true;  // there is room again: ask
   char progress[kPathCap];
   CCjobBase_GetProgressFilename(j.job, progress);
   if (progress[0] != '\0') ::unlink(StrIn(progress).Str().c_str());
+}
+
+// The job's shell ended (or is gone): its exit status says how, or, for a
+// shell of a worker before, what it wrote in the job's file.
+void Ended(Job& j, const CCjobDir_Outcome& outcome) {
+  if (!outcome.known && !j.cancelRequested) AppendToErrorFile(j.job, Message(4, ""));
+  if (j.cancelRequested) Finish(j, CCtypes_Canceled);
+  else Finish(j, outcome.known && outcome.code == 0 ? CCtypes_Done : CCtypes_Failed);
 }
 
 void Reap() {
@@ -145,39 +151,56 @@ void Reap() {
   int status = 0;
   for (pid_t pid; (pid = ::waitpid(-1, &status, WNOHANG)) > 0;)
     for (auto& [id, j] : jobs)
-      if (!j->adopted && j->guardian == pid && !j->ended) Ended(*j);
+      if (!j->adopted && j->process == pid && !j->ended)
+        Ended(*j, {WIFEXITED(status), WIFEXITED(status) ? WEXITSTATUS(status) : 0});
   for (auto& [id, j] : jobs)
-    if (j->adopted && !j->ended && !CCjobDir_Held(id)) Ended(*j);
+    if (j->adopted && !j->ended && !CCjobDir_Held(id)) Ended(*j, CCjobDir_ReadOutcome(id));
 }
 
 void Cancel(Job& j, std::uint8_t reason) {
   if (j.ended || j.cancelRequested) return;
   j.cancelRequested = true;
+  j.canceledAt = std::chrono::steady_clock::now();
   j.cancelReason = reason;
-  CCrunner_Cancel(j.guardian);
+  CCrunner_Cancel(j.process);
 }
 
+// Jobs over their time are canceled; canceled ones that linger are killed.
 void EnforceTimeouts() {
   const auto now = std::chrono::steady_clock::now();
   for (auto& [id, j] : jobs) {
+    if (j->ended) continue;
     const double timeout = CCjobBase_GetTimeout(j->job);
-    if (!j->ended && timeout > 0 && std::chrono::duration<double>(now - j->started).count() > timeout)
-      Cancel(*j, CCtypes_Timeout);
+    if (timeout > 0 && std::chrono::duration<double>(now - j->started).count() > timeout) Cancel(*j, CCtypes_Timeout);
+    if (j->cancelRequested && !j->killed && now - j->canceledAt > kKillGrace) {
+      CCrunner_Kill(j->process);
+      j->killed = true;
+    }
   }
 }
 
-// Tells the servers of the ends; a job is forgotten once its server heard.
+// Tells the servers of the ends, without waiting for their answers.
 void Report() {
+  for (auto& [id, j] : jobs) {
+    if (!j->ended || j->reportedOn != 0) continue;
+    char errorFile[kPathCap];
+    CCjobBase_GetErrorFilename(j->job, errorFile);
+    j->reportedOn = CCemployer_Report(j->employer, id, j->status, j->cancelReason, StrIn(errorFile).Str());
+  }
+}
+
+// A job is forgotten once its server answered the report; one told over a
+// connection that broke since is told again.
+void Forget() {
   for (auto at = jobs.begin(); at != jobs.end();) {
     Job& j = *at->second;
-    char errorFile[kPathCap];
-    CCjobBase_GetErrorFilename(j.job, errorFile);
-    if (j.ended && CCemployer_Report(j.employer, j.id, j.status, j.cancelReason, StrIn(errorFile).Str())) {
+    if (j.reportedOn != 0 && CCemployer_Heard(j.employer, j.reportedOn)) {
       CCjobDir_Remove(j.id);
       at = jobs.erase(at);
-    } else {
-      ++at;
+      continue;
     }
+    if (j.reportedOn != 0 && j.reportedOn != SClient_ConnNo(j.employer->conn)) j.reportedOn = 0;
+    ++at;
   }
 }
 
@@ -196,27 +219,26 @@ void Start(CCemployer_Employer* e, CCjobBase_Job job) {
   const int file = CCjobDir_Create(record);
   if (file < 0) return;
   char path[kPathCap];
-  CCjobBase_GetProgressFilename(job, path);
-  if (path[0] != '\0') {
-    const int progress = ::open(StrIn(path).Str().c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (progress >= 0) ::fchmod(progress, 0666), ::close(progress);
-  }
   CCrunner_Job run;
+  CCjobBase_GetProgressFilename(job, path);
+  run.progressFile = StrIn(path).Str();
   run.id = j->id;
   run.command = CCjobBase_GetCommand(job);
   CCjobBase_GetWorkDirectory(job, path);
   run.workDir = StrIn(path).Str();
-  run.workDirMessage = Message(5, path) + "\n";
   CCjobBase_GetErrorFilename(job, path);
   run.errorFile = StrIn(path).Str();
   run.employer = CCjobBase_GetEmployerHost(job).empty() ? e->host : std::string(CCjobBase_GetEmployerHost(job));
   run.uid = CCjobBase_GetUid(job);
   run.gid = CCjobBase_GetGid(job);
-  j->guardian = CCrunner_Start(run, file);
+  j->process = CCrunner_Start(run, file);
+  if (j->process > 0) CCjobDir_NoteProcess(file, j->process);
   ::close(file);
-  if (j->guardian < 0) {
-    std::fprintf(stderr, "%s\n", Message(3, j->id).c_str());
-    Ended(*j);
+  if (j->process < 0) {
+    // Mostly a working directory that can't be entered; the job's error file says which.
+    const bool cannotEnter = !run.workDir.empty() && ::access(run.workDir.c_str(), X_OK) != 0;
+    AppendToErrorFile(job, cannotEnter ? Message(5, run.workDir) : Message(3, j->id));
+    Finish(*j, CCtypes_Failed);
   }
   jobs[j->id] = std::move(j);
 }
@@ -319,10 +341,10 @@ void TakeOver() {
     if (j->job == nullptr) continue;
     j->employer = CCemployer_Get(record.employerHost, record.employerPort);
     if (j->employer->workerName.empty()) j->employer->workerName = record.workerName;
-    j->guardian = record.guardian;
+    j->process = record.process;
     j->adopted = true;
     j->started -= std::chrono::seconds(std::max<std::int64_t>(0, std::time(nullptr) - record.started));
-    if (!CCjobDir_Held(id)) Ended(*j);
+    if (!CCjobDir_Held(id)) Ended(*j, CCjobDir_ReadOutcome(id));
     jobs[id] = std::move(j);
   }
 }
@@ -392,5 +414,6 @@ int main(int argc, char** argv) {
     EnforceTimeouts();
     Report();
     Pull();
+    Forget();
   }
 }

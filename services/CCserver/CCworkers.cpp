@@ -39,13 +39,15 @@ void SetUp(CCworkers_Worker* w, bool up) {
   CCnotify_Event(event);
 }
 
-// Sends a request to a worker that is up; a failure puts it down.
+// Sends a request to a worker that is up, waiting for the results when they
+// are wanted; a failure of the line puts the worker down.
 bool Call(CCworkers_Worker* w, int request, SReqObj params, SReqObj* results) {
   if (!CCworkers_Reach(w)) {
     SReqObj_Destroy(params);
     return false;
   }
-  if (SClient_Send(w->conn, request, params, results)) return true;
+  if (results == nullptr ? SClient_Post(w->conn, request, params) : SClient_Send(w->conn, request, params, results))
+    return true;
   if (!SClient_IsConnected(w->conn)) SetUp(w, false);
   return false;
 }
@@ -118,6 +120,7 @@ bool CCworkers_Announce(CCworkers_Worker* w, std::uint16_t port, std::size_t wai
   SReqObj_Append(params, SReqObj_CreateString(StrIn(usages).View()));
   SReqObj_Append(params, SReqObj_CreateString(w->name));
   SReqObj_Append(params, SReqObj_CreateString(""));
+  // Posted: a worker that calls us at this moment is served before it answers.
   if (!Call(w, CCprotocol_ANNOUNCE_EMPLOYER_3, params, nullptr)) return false;
   w->idle = false;
   return true;

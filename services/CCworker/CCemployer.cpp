@@ -67,7 +67,12 @@ CCjobBase_Job CCemployer_Peek(CCemployer_Employer* e, std::uint8_t cpuUsages) {
   return job;
 }
 
-bool CCemployer_Report(CCemployer_Employer* e, const std::string& id, std::uint8_t status, std::uint8_t reason,
-                       const std::string& errorFile) {
-  return Reach(e) && CCclient_InformJobFinished(e->conn, e->workerName, id, status, reason, errorFile);
+std::int32_t CCemployer_Report(CCemployer_Employer* e, const std::string& id, std::uint8_t status,
+                               std::uint8_t reason, const std::string& errorFile) {
+  if (!Reach(e) || !CCclient_InformJobFinished(e->conn, e->workerName, id, status, reason, errorFile, true)) return 0;
+  return SClient_ConnNo(e->conn);
+}
+
+bool CCemployer_Heard(CCemployer_Employer* e, std::int32_t connNo) {
+  return SClient_ConnNo(e->conn) == connNo && SClient_TakePosted(e->conn, false);
 }

@@ -32,6 +32,10 @@ std::vector<CCemployer_Employer*> CCemployer_All();
 // The next job for this worker that fits `cpuUsages`; nil when there is none
 // or the server can't be reached (hasWork tells which).
 CCjobBase_Job CCemployer_Peek(CCemployer_Employer* e, std::uint8_t cpuUsages);
-// Tells the server how job `id` ended; false when it did not hear it.
-bool CCemployer_Report(CCemployer_Employer* e, const std::string& id, std::uint8_t status, std::uint8_t reason,
-                       const std::string& errorFile);
+// Tells the server how job `id` ended without waiting for its answer (it
+// comes with the next request's). The connection's number, which Heard
+// needs; 0 when it could not be sent.
+std::int32_t CCemployer_Report(CCemployer_Employer* e, const std::string& id, std::uint8_t status,
+                               std::uint8_t reason, const std::string& errorFile);
+// Whether the server answered every report sent over connection `connNo`.
+bool CCemployer_Heard(CCemployer_Employer* e, std::int32_t connNo);

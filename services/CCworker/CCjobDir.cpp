@@ -6,10 +6,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "jobqueue/CCtypes.h"
 
@@ -64,6 +63,8 @@ std::vector<std::string> CCjobDir_List() {
   return ids;
 }
 
+void CCjobDir_NoteProcess(int jobFile, int pid) { WriteAll(jobFile, "process " + std::to_string(pid) + "\n"); }
+
 bool CCjobDir_Read(const std::string& id, CCjobDir_Record& r) {
   std::ifstream in(PathOf(id, ".job"));
   std::string head, text, line;
@@ -75,9 +76,9 @@ bool CCjobDir_Read(const std::string& id, CCjobDir_Record& r) {
   r.employerPort = static_cast<std::uint16_t>(std::atoi(fields[1].c_str()));
   r.workerName = fields[2];
   r.jobText = CCtypes_LineUnescape(text);
-  r.guardian = 0;
+  r.process = 0;
   while (std::getline(in, line))
-    if (line.rfind("guardian ", 0) == 0) r.guardian = std::atoi(line.c_str() + 9);
+    if (line.rfind("process ", 0) == 0) r.process = std::atoi(line.c_str() + 8);
   struct stat st {};
   r.started = ::stat(PathOf(id, ".job").c_str(), &st) == 0 ? st.st_mtime : 0;
   return r.employerPort != 0 && !r.jobText.empty();
@@ -93,27 +94,15 @@ bool CCjobDir_Held(const std::string& id) {
 
 CCjobDir_Outcome CCjobDir_ReadOutcome(const std::string& id) {
   CCjobDir_Outcome outcome;
-  std::ifstream in(PathOf(id, ".exit"));
-  std::string kind;
-  if (in >> kind >> outcome.code) {
-    outcome.known = kind == "exit" || kind == "signal";
-    outcome.signaled = kind == "signal";
+  std::ifstream in(PathOf(id, ".job"));
+  std::string line;
+  std::getline(in, line), std::getline(in, line);  // the employer and the job text
+  while (std::getline(in, line)) {
+    if (line.rfind("exit ", 0) != 0) continue;
+    outcome.known = true;
+    outcome.code = std::atoi(line.c_str() + 5);
   }
   return outcome;
 }
 
-std::string CCjobDir_ExitPath(const std::string& id) { return PathOf(id, ".exit"); }
-
-void CCjobDir_WriteOutcome(const std::string& path, const CCjobDir_Outcome& outcome) {
-  const std::string temporary = path + ".tmp";
-  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  if (fd < 0) return;
-  const bool written = WriteAll(fd, std::string(outcome.signaled ? "signal " : "exit ") + std::to_string(outcome.code) + "\n");
-  ::close(fd);
-  if (!written || ::rename(temporary.c_str(), path.c_str()) != 0) ::unlink(temporary.c_str());
-}
-
-void CCjobDir_Remove(const std::string& id) {
-  ::unlink(PathOf(id, ".exit").c_str());
-  ::unlink(PathOf(id, ".job").c_str());
-}
+void CCjobDir_Remove(const std::string& id) { ::unlink(PathOf(id, ".job").c_str()); }

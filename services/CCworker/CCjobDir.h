@@ -3,11 +3,10 @@
 //
 // "<id>.job" in the worker's directory is made (exclusively, so that no job
 // starts twice) before the job starts. It holds the employer ("<host>
-// <port> <worker name>", escaped), the job text, and, once the job's
-// guardian runs, "guardian <pid>". The guardian holds a lock on the file for
-// as long as it lives. "<id>.exit" is the guardian's account of how the
-// command ended: "exit <code>" or "signal <number>". Both go when the
-// employer has heard of the job's end.
+// <port> <worker name>", escaped) and the job text; then "process <pid>"
+// once the job runs, and "exit <code>" when it ended, in either order. The
+// job's shell holds a lock on the file for as long as it lives. The file
+// goes when the employer has heard of the job's end.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -19,34 +18,30 @@ struct CCjobDir_Record {
   std::uint16_t employerPort = 0;
   std::string workerName;
   std::string jobText;
-  int guardian = 0;  // 0 before the guardian wrote its line
+  int process = 0;  // the job's shell and its process group; 0 when not noted
   std::int64_t started = 0;  // seconds since the epoch
 };
 
-// How a command ended, as its guardian tells it.
+// How a command ended, as its shell wrote it.
 struct CCjobDir_Outcome {
-  bool known = false;     // the guardian wrote it
-  bool signaled = false;  // killed by signal `code`
+  bool known = false;  // the shell wrote it (a killed shell writes nothing)
   int code = 0;
 };
 
 // Makes the directory; false when it can't be had.
 bool CCjobDir_Open(const std::string& dir);
 // Makes "<id>.job" with the employer and the job text, locked; the open
-// descriptor (for the guardian), or -1 when it exists already or can't be made.
+// descriptor (for the job's shell), or -1 when it exists already or can't be made.
 int CCjobDir_Create(const CCjobDir_Record& record);
+// Notes the job's process in its file, through the descriptor of Create.
+void CCjobDir_NoteProcess(int jobFile, int pid);
 // The ids of every job file there is.
 std::vector<std::string> CCjobDir_List();
 // Reads "<id>.job"; false when it is missing or of another form.
 bool CCjobDir_Read(const std::string& id, CCjobDir_Record& record);
-// Whether a guardian still holds the job's file.
+// Whether the job's shell still holds the job's file.
 bool CCjobDir_Held(const std::string& id);
-// The guardian's account of the job's end.
+// How the job ended, as far as its file tells.
 CCjobDir_Outcome CCjobDir_ReadOutcome(const std::string& id);
-// The path of "<id>.exit", for the guardian to write.
-std::string CCjobDir_ExitPath(const std::string& id);
-// Writes "<id>.exit" by a temporary name and a rename, so that a reader
-// finds all of it or nothing.
-void CCjobDir_WriteOutcome(const std::string& path, const CCjobDir_Outcome& outcome);
-// Forgets the job: both files go.
+// Forgets the job: its file goes.
 void CCjobDir_Remove(const std::string& id);

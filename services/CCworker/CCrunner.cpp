@@ -1,134 +1,107 @@
 #include "services/CCworker/CCrunner.h"
 
-#include <errno.h>
 #include <fcntl.h>
+#include <grp.h>
 #include <signal.h>
-#include <stdlib.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
+#include <spawn.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <cerrno>
+#include <cstring>
+#include <vector>
 
 #include "jobqueue/CCtypes.h"
-#include "services/CCworker/CCjobDir.h"
+
+extern char** environ;
 
 namespace {
 
-constexpr unsigned kKillGraceSeconds = 5;
+// $0 is the command, $1 the error file, $2 the progress file. The job's own
+// shell makes the files, so that a busy disk slows the job rather than the
+// worker. The trap writes the status however the shell ends but by a
+// signal, an "exit" of the command included.
+constexpr char kScript[] =
+    "trap 'echo \"exit $?\" >&3' EXIT; [ -z \"$2\" ] || : >\"$2\"; exec >\"${1:-/dev/null}\" 2>&1; eval \"$0\"";
 constexpr int kLockDescriptor = 3;
 
-volatile sig_atomic_t jobGroup = 0;
-volatile sig_atomic_t canceled = 0;
-
-void OnTerminate(int) {
-  canceled = 1;
-  if (jobGroup > 0) ::kill(-jobGroup, SIGTERM);
-  ::alarm(kKillGraceSeconds);
+// The worker's environment with the job's own variables.
+std::vector<std::string> Environment(const CCrunner_Job& job) {
+  std::vector<std::string> env;
+  const std::string id = std::string(CCtypes_jobIdEnvVar) + "=", employer = std::string(CCtypes_employerEnvVar) + "=";
+  for (char** e = environ; *e != nullptr; ++e)
+    if (std::strncmp(*e, id.c_str(), id.size()) != 0 && std::strncmp(*e, employer.c_str(), employer.size()) != 0)
+      env.emplace_back(*e);
+  env.push_back(id + job.id);
+  env.push_back(employer + job.employer);
+  return env;
 }
 
-void OnAlarm(int) {
-  if (jobGroup > 0) ::kill(-jobGroup, SIGKILL);
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (std::string& t : texts) pointers.push_back(t.data());
+  pointers.push_back(nullptr);
+  return pointers;
 }
 
-void Handle(int signal, void (*handler)(int)) {
-  struct sigaction action {};
-  action.sa_handler = handler;
-  sigemptyset(&action.sa_mask);
-  ::sigaction(signal, &action, nullptr);
-}
-
-void Unblock() {
+// A root worker runs a job of another user: the switch needs a child of its own.
+[[noreturn]] void BecomeJob(const CCrunner_Job& job, int jobFile, char* const* argv, char* const* envp) {
+  ::setsid();
   sigset_t none;
   sigemptyset(&none);
+  for (int signal = 1; signal < NSIG; ++signal) ::signal(signal, SIG_DFL);
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
-}
-
-void OnDevNull(int fd, int flags) {
-  const int null = ::open("/dev/null", flags);
-  if (null >= 0 && null != fd) ::dup2(null, fd), ::close(null);
-}
-
-// The command's process: a group of its own, the job's environment, the shell.
-[[noreturn]] void RunCommand(const CCrunner_Job& job) {
-  ::setpgid(0, 0);
-  ::close(kLockDescriptor);
-  for (int signal : {SIGTERM, SIGALRM, SIGHUP, SIGINT, SIGPIPE, SIGCHLD}) Handle(signal, SIG_DFL);
-  Unblock();
-  OnDevNull(0, O_RDONLY);
-  const int out = job.errorFile.empty() ? -1 : ::open(job.errorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-  if (out >= 0) {
-    ::fchmod(out, 0666);  // the error file is read and removed by others
-    ::dup2(out, 1), ::dup2(out, 2);
-    if (out > 2) ::close(out);
-  }
-  if (!job.workDir.empty() && ::chdir(job.workDir.c_str()) != 0) {
-    if (::write(2, job.workDirMessage.data(), job.workDirMessage.size()) < 0) ::_exit(126);
+  const int in = ::open("/dev/null", O_RDONLY);
+  const int out = ::open("/dev/null", O_WRONLY);
+  const bool locked = jobFile == kLockDescriptor ? ::fcntl(jobFile, F_SETFD, 0) == 0
+                                                 : ::dup2(jobFile, kLockDescriptor) >= 0;
+  if (in < 0 || out < 0 || ::dup2(in, 0) < 0 || ::dup2(out, 1) < 0 || ::dup2(out, 2) < 0 || !locked || (!job.workDir.empty() && ::chdir(job.workDir.c_str()) != 0) ||
+      ::setgroups(0, nullptr) != 0 || (job.gid >= 0 && ::setgid(static_cast<gid_t>(job.gid)) != 0) ||
+      ::setuid(static_cast<uid_t>(job.uid)) != 0)
     ::_exit(126);
-  }
-  if (::geteuid() == 0 && job.uid >= 0) {
-    if ((job.gid >= 0 && ::setgid(static_cast<gid_t>(job.gid)) != 0) || ::setuid(static_cast<uid_t>(job.uid)) != 0)
-      ::_exit(126);
-  }
-  ::setenv(CCtypes_jobIdEnvVar, job.id.c_str(), 1);
-  ::setenv(CCtypes_employerEnvVar, job.employer.c_str(), 1);
-  ::execl("/bin/sh", "sh", "-c", job.command.c_str(), static_cast<char*>(nullptr));
+  ::execve("/bin/sh", argv, envp);
   ::_exit(127);
-}
-
-// The guardian: outlives the worker, holds the job's file, tells how it ended.
-[[noreturn]] void Guard(const CCrunner_Job& job, int jobFile, const std::string& exitPath) {
-  ::setsid();
-  if (jobFile != kLockDescriptor) ::dup2(jobFile, kLockDescriptor);
-  ::close_range(kLockDescriptor + 1, ~0U, 0);  // the worker's sockets and files are not ours
-  OnDevNull(0, O_RDONLY);
-  OnDevNull(1, O_WRONLY);
-  OnDevNull(2, O_WRONLY);
-  Handle(SIGTERM, OnTerminate);
-  Handle(SIGALRM, OnAlarm);
-  Handle(SIGHUP, SIG_IGN);
-  Handle(SIGINT, SIG_IGN);
-  Handle(SIGCHLD, SIG_DFL);
-  char line[64];
-  const int length = std::snprintf(line, sizeof line, "guardian %d\n", static_cast<int>(::getpid()));
-  if (::write(kLockDescriptor, line, static_cast<std::size_t>(length)) < 0) ::_exit(1);
-  const pid_t pid = ::fork();
-  if (pid == 0) RunCommand(job);
-  if (pid > 0) {
-    ::setpgid(pid, pid);
-    jobGroup = pid;
-  }
-  Unblock();
-  CCjobDir_Outcome outcome;
-  outcome.known = true;
-  int status = 0;
-  if (pid < 0) {
-    outcome.code = 127;
-  } else {
-    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
-    outcome.signaled = WIFSIGNALED(status);
-    outcome.code = outcome.signaled ? WTERMSIG(status) : WEXITSTATUS(status);
-    if (canceled) ::kill(-pid, SIGKILL);  // what the command left of its group goes with it
-  }
-  CCjobDir_WriteOutcome(exitPath, outcome);
-  ::_exit(0);
 }
 
 }  // namespace
 
 int CCrunner_Start(const CCrunner_Job& job, int jobFile) {
-  const std::string exitPath = CCjobDir_ExitPath(job.id);
-  // No signal may reach the guardian before it has handlers of its own.
-  sigset_t all, old;
+  std::vector<std::string> args = {"sh", "-c", kScript, job.command, job.errorFile, job.progressFile};
+  std::vector<std::string> env = Environment(job);
+  std::vector<char*> argv = Pointers(args), envp = Pointers(env);
+  if (::geteuid() == 0 && job.uid >= 0) {
+    const pid_t pid = ::fork();
+    if (pid == 0) BecomeJob(job, jobFile, argv.data(), envp.data());
+    return pid;
+  }
+  posix_spawn_file_actions_t files;
+  posix_spawnattr_t attributes;
+  ::posix_spawn_file_actions_init(&files);
+  ::posix_spawnattr_init(&attributes);
+  if (!job.workDir.empty()) ::posix_spawn_file_actions_addchdir_np(&files, job.workDir.c_str());
+  ::posix_spawn_file_actions_addopen(&files, 0, "/dev/null", O_RDWR, 0);
+  ::posix_spawn_file_actions_adddup2(&files, 0, 1);
+  ::posix_spawn_file_actions_adddup2(&files, 0, 2);
+  ::posix_spawn_file_actions_adddup2(&files, jobFile, kLockDescriptor);
+  // A session of its own, every signal as the system has it.
+  sigset_t all, none;
   sigfillset(&all);
-  ::sigprocmask(SIG_BLOCK, &all, &old);
-  const pid_t pid = ::fork();
-  if (pid == 0) Guard(job, jobFile, exitPath);
-  ::sigprocmask(SIG_SETMASK, &old, nullptr);
-  return pid;
+  sigemptyset(&none);
+  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  ::posix_spawnattr_setsigmask(&attributes, &none);
+  ::posix_spawnattr_setsigdefault(&attributes, &all);
+  pid_t pid = -1;
+  const int error = ::posix_spawn(&pid, "/bin/sh", &files, &attributes, argv.data(), envp.data());
+  ::posix_spawn_file_actions_destroy(&files);
+  ::posix_spawnattr_destroy(&attributes);
+  if (error == 0) return pid;
+  errno = error;
+  return -1;
 }
 
-void CCrunner_Cancel(int guardian) {
-  if (guardian > 0) ::kill(guardian, SIGTERM);
+void CCrunner_Cancel(int pid) {
+  if (pid > 0) ::kill(-pid, SIGTERM);
+}
+
+void CCrunner_Kill(int pid) {
+  if (pid > 0) ::kill(-pid, SIGKILL);
 }

@@ -1,15 +1,13 @@
-// CCrunner: runs a job's command under a guardian of its own.
+// CCrunner: starts a job's command so that it outlives the worker.
 //
-// The guardian is a child of the worker in a session of its own; it starts
-// the command through "/bin/sh -c" in a new process group (working
-// directory, CCJOB_ID and CCJOB_EMPLOYER set, output and errors to the
-// job's error file, the job's user where the worker may switch to it),
-// waits for it and writes how it ended (CCjobDir). It holds the job's file
-// locked while it lives. So a job outlives a worker that is killed, and the
-// worker that comes after finds out how it ended.
-//
-// SIGTERM to the guardian cancels the job: the command's process group gets
-// SIGTERM, and SIGKILL a few seconds later if it is still there.
+// The command runs as "sh -c <script> <command>" in a session of its own:
+// the script makes the job's progress file, evaluates the command in a
+// subshell and appends "exit <code>" to the job's file (CCjobDir), whose
+// lock its descriptor 3 holds for as long as the shell lives. So a worker started after a killed one finds
+// out whether a job still runs and how it ended. The command has the job's
+// working directory, CCJOB_ID and CCJOB_EMPLOYER, no input, its output and
+// errors in the job's error file, and, where the worker may switch to it,
+// the job's user.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -18,14 +16,17 @@ struct CCrunner_Job {
   std::string id;
   std::string command;
   std::string workDir;    // "" stays in the worker's directory
-  std::string errorFile;  // "" sends the output nowhere
+  std::string errorFile;     // "" sends the output nowhere
+  std::string progressFile;  // made empty at the start; "" for none
   std::string employer;   // for CCJOB_EMPLOYER
   std::int32_t uid = -1, gid = -1;
-  std::string workDirMessage;  // written to the error file when workDir can't be entered
 };
 
-// Starts the guardian with the job's locked file `jobFile` (which the
-// guardian takes over; the caller closes its copy). The guardian's id, or -1.
+// Starts the command with the job's locked file `jobFile` (the caller
+// closes its copy afterwards). The process id (its group's too), or -1 with
+// errno set when it could not start (a working directory that can't be
+// entered among the reasons).
 int CCrunner_Start(const CCrunner_Job& job, int jobFile);
-// Cancels: tells the guardian to end the job.
-void CCrunner_Cancel(int guardian);
+// Asks the job's process group to end (SIGTERM), or makes it (SIGKILL).
+void CCrunner_Cancel(int pid);
+void CCrunner_Kill(int pid);
