@@ -211,11 +211,19 @@ void CCprecond_ReleaseResources(CCprecond_List list, bool alsoInherited) {
 
 void CCprecond_UseResources(CCprecond_List list, bool all) {
   if (list == nullptr) return;
+  bool used = false;
   for (auto& e : list->entries) {
     if (e.type != CCprecond_Resource || e.held || !(all || e.inherited)) continue;
     e.held = SRM_Use(e.name, "", false);
     e.satisfied = e.satisfied || e.held;
+    used = used || e.held;
   }
+  // Uses travel without an answer; a question behind them on the same line
+  // makes sure the manager took them before the submitter lets go.
+  if (!used) return;
+  char barrier[kNameCap] = "CCprecond";
+  SRM_ReadResource(barrier);
+  SRM_QueryInUse(barrier);
 }
 
 void CCprecond_InheritResourcesToServer(CCprecond_List list) {

@@ -11,9 +11,11 @@
 #include "base/Processe.h"
 #include "base/SPrintf.h"
 #include "base/StringOp.h"
+#include "jobqueue/CCjobClass.h"
 #include "rc/SrcFile.h"
 #include "workflow/WFbase.h"
 #include "workflow/WFdebug.h"
+#include "workflow/WFfolder.h"
 
 std::uint8_t Floatdeck_batchMode = Floatdeck_Interactive;
 char Floatdeck_wfName[kNameCap] = "";
@@ -45,6 +47,7 @@ void InitModules() {
   SrcFile_Init();  // the "[global]" settings are there before anything else reads them
   WFbase_Init();
   WFdebug_Init();
+  WFfolder_RegisterExecuteOnProc(CCjobClass_ExecuteOn);
 }
 
 // Tells the operator that `option`'s mode is not part of this build and

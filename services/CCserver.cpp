@@ -267,14 +267,15 @@ void Handle(const SServer_Request& r) {
 // --- Between requests ------------------------------------------------------------------------
 
 // A worker that is back is asked about the jobs it ran: those it never
-// started wait again; the others it reports itself.
+// started wait again; the others it reports itself. One that may be getting
+// a job just now ("waiting") is asked again next time.
 void Recheck(CCworkers_Worker* w) {
   std::vector<CCqueue_Entry*> running;
   for (CCqueue_Entry* e : CCqueue_Actual())
     if (CCjobBase_GetStatus(e->job) == CCtypes_Running && e->worker == w->name) running.push_back(e);
   for (CCqueue_Entry* e : running) {
     const int status = CCworkers_JobStatus(w, e->id);
-    if (status < 0) return;
+    if (status < 0 || status == CCtypes_Waiting) return;
     if (status == CCtypes_Unknown) CCjobs_Requeue(e), ++generation;
   }
   w->recheck = false;

@@ -68,8 +68,7 @@ SServer server = nullptr;
 std::map<std::string, std::unique_ptr<Job>> jobs;
 std::size_t slots = 1;
 int wakeRead = -1, wakeWrite = -1;
-bool peeking = false;
-std::vector<SServer_Request> deferred;  // asked about a job that may be on its way to us
+bool peeking = false;  // a job may be on its way to us
 
 std::string Message(unsigned number, StrIn info) {
   char text[kTextCap];
@@ -217,7 +216,13 @@ void Start(CCemployer_Employer* e, CCjobBase_Job job) {
   if (j->id.empty() || jobs.count(j->id) > 0) return;
   CCjobDir_Record record{j->id, e->host, e->port, e->workerName, CCjobBase_JobToString(job), 0, 0};
   const int file = CCjobDir_Create(record);
-  if (file < 0) return;
+  if (file < 0) {
+    // Without its record a job could be lost with the worker: it does not run.
+    AppendToErrorFile(job, Message(3, j->id));
+    Finish(*j, CCtypes_Failed);
+    jobs[j->id] = std::move(j);
+    return;
+  }
   char path[kPathCap];
   CCrunner_Job run;
   CCjobBase_GetProgressFilename(job, path);
@@ -243,8 +248,6 @@ void Start(CCemployer_Employer* e, CCjobBase_Job job) {
   jobs[j->id] = std::move(j);
 }
 
-void HandleDeferred();
-
 // Asks the employers for jobs while there is room.
 void Pull() {
   for (CCemployer_Employer* e : CCemployer_All()) {
@@ -253,9 +256,8 @@ void Pull() {
       if (room == 0) return;
       peeking = true;
       CCjobBase_Job job = CCemployer_Peek(e, room);
-      if (job != nullptr) Start(e, job);
       peeking = false;
-      HandleDeferred();
+      if (job != nullptr) Start(e, job);
     }
   }
 }
@@ -279,35 +281,28 @@ void Announced(const SServer_Request& r) {
   SServer_Reply(r.conn, nullptr);
 }
 
-// False when the answer must wait for a job that may be on its way.
-bool AboutJob(const SServer_Request& r) {
+// What the worker knows of a job: "unknown" only when it is sure that the
+// job never came; while one may be on its way, "waiting" asks to ask again.
+void JobStatus(const SServer_Request& r) {
   const auto at = jobs.find(Text(r.params, 0));
-  if (at == jobs.end() && peeking) return false;
-  if (r.request == CCprotocol_JOB_STATUS) {
-    char word[kNameCap];
-    CCtypes_JobStatusToString(at == jobs.end() ? CCtypes_Unknown : at->second->status, word);
-    SServer_Reply(r.conn, One(SReqObj_CreateString(StrIn(word).View())));
-    return true;
-  }
+  std::uint8_t status = at != jobs.end() ? at->second->status : peeking ? CCtypes_Waiting : CCtypes_Unknown;
+  char word[kNameCap];
+  CCtypes_JobStatusToString(status, word);
+  SServer_Reply(r.conn, One(SReqObj_CreateString(StrIn(word).View())));
+}
+
+void CancelJob(const SServer_Request& r) {
+  const auto at = jobs.find(Text(r.params, 0));
   const bool running = at != jobs.end() && !at->second->ended;
   if (running) Cancel(*at->second, CCtypes_StringToCancelReason(Text(r.params, 1)));
   SServer_Reply(r.conn, One(SReqObj_CreateBoolean(running)));
-  return true;
 }
 
 void Handle(SServer_Request& r) {
-  if (r.request == CCprotocol_JOB_STATUS || r.request == CCprotocol_CANCEL_JOB) {
-    if (!AboutJob(r)) return deferred.push_back(r);
-  } else {
-    Announced(r);
-  }
+  if (r.request == CCprotocol_JOB_STATUS) JobStatus(r);
+  else if (r.request == CCprotocol_CANCEL_JOB) CancelJob(r);
+  else Announced(r);
   SReqObj_Destroy(r.params);
-}
-
-void HandleDeferred() {
-  std::vector<SServer_Request> waiting;
-  waiting.swap(deferred);
-  for (SServer_Request& r : waiting) Handle(r);
 }
 
 // While a request to a server waits, the worker answers what it is asked.
@@ -316,35 +311,30 @@ void Serve() {
   while (SServer_Next(server, 0, r)) Handle(r);
 }
 
-// A connection of a server went; what it asked and we held back goes too.
-void Gone(SServer_Conn conn, void*) {
-  for (auto at = deferred.begin(); at != deferred.end();) {
-    if (at->conn != conn) {
-      ++at;
-      continue;
-    }
-    SReqObj_Destroy(at->params);
-    at = deferred.erase(at);
-  }
-}
-
 // --- Start-up ------------------------------------------------------------------------------------
 
 // The jobs a worker before us left: running ones are watched, ended ones reported.
 void TakeOver() {
   for (const std::string& id : CCjobDir_List()) {
     CCjobDir_Record record;
-    if (!CCjobDir_Read(id, record)) continue;
     auto j = std::make_unique<Job>();
     j->id = id;
-    j->job = CCjobBase_CreateFromString(record.jobText);
-    if (j->job == nullptr) continue;
+    // A record made whole is never unreadable; one that is was never a job.
+    if (CCjobDir_Read(id, record)) j->job = CCjobBase_CreateFromString(record.jobText);
+    if (j->job == nullptr) {
+      CCjobDir_Remove(id);
+      continue;
+    }
     j->employer = CCemployer_Get(record.employerHost, record.employerPort);
     if (j->employer->workerName.empty()) j->employer->workerName = record.workerName;
     j->process = record.process;
     j->adopted = true;
     j->started -= std::chrono::seconds(std::max<std::int64_t>(0, std::time(nullptr) - record.started));
-    if (!CCjobDir_Held(id)) Ended(*j, CCjobDir_ReadOutcome(id));
+    // Not held, nothing written and no process noted: the worker before died
+    // before the job started, which may start now.
+    const CCjobDir_Outcome outcome = CCjobDir_ReadOutcome(id);
+    if (!CCjobDir_Held(id) && !outcome.known && record.process == 0) Finish(*j, CCtypes_Waiting);
+    else if (!CCjobDir_Held(id)) Ended(*j, outcome);
     jobs[id] = std::move(j);
   }
 }
@@ -400,7 +390,6 @@ int main(int argc, char** argv) {
   action.sa_flags = SA_RESTART | SA_NOCLDSTOP;
   ::sigaction(SIGCHLD, &action, nullptr);
   SServer_WakeOn(server, wakeRead);
-  SServer_OnConnectionGone(server, Gone, nullptr);
   CCemployer_SetYield(Serve);
   TakeOver();
   Processe_SetExitStatus(0);

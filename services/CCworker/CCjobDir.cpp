@@ -34,21 +34,25 @@ bool CCjobDir_Open(const std::string& dir) {
   directory = dir;
   std::error_code error;
   std::filesystem::create_directories(dir, error);
+  // Records a killed worker had not finished writing.
+  for (const auto& entry : std::filesystem::directory_iterator(dir, error))
+    if (entry.path().extension() == ".new") std::filesystem::remove(entry.path(), error);
   return ::access(dir.c_str(), W_OK | X_OK) == 0;
 }
 
+// Written under a name of its own and linked into place whole and locked:
+// a worker killed half-way leaves no record of a job that never began.
 int CCjobDir_Create(const CCjobDir_Record& r) {
-  const std::string path = PathOf(r.id, ".job");
-  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+  const std::string path = PathOf(r.id, ".job"), temporary = PathOf(r.id, ".new");
+  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
   if (fd < 0) return -1;
   const std::string text = CCtypes_Escape(r.employerHost) + " " + std::to_string(r.employerPort) + " " +
                            CCtypes_Escape(r.workerName) + "\n" + CCtypes_LineEscape(r.jobText) + "\n";
-  if (::flock(fd, LOCK_EX) != 0 || !WriteAll(fd, text)) {
-    ::close(fd);
-    ::unlink(path.c_str());
-    return -1;
-  }
-  return fd;
+  const bool made = ::flock(fd, LOCK_EX) == 0 && WriteAll(fd, text) && ::link(temporary.c_str(), path.c_str()) == 0;
+  ::unlink(temporary.c_str());
+  if (made) return fd;
+  ::close(fd);
+  return -1;
 }
 
 std::vector<std::string> CCjobDir_List() {

@@ -1,8 +1,8 @@
 // CCjobDir: the worker's record of the jobs it started, so that a worker
 // that was killed and started again knows what became of them.
 //
-// "<id>.job" in the worker's directory is made (exclusively, so that no job
-// starts twice) before the job starts. It holds the employer ("<host>
+// "<id>.job" in the worker's directory is made whole (and exclusively, so
+// that no job starts twice) before the job starts. It holds the employer ("<host>
 // <port> <worker name>", escaped) and the job text; then "process <pid>"
 // once the job runs, and "exit <code>" when it ended, in either order. The
 // job's shell holds a lock on the file for as long as it lives. The file
@@ -28,7 +28,7 @@ struct CCjobDir_Outcome {
   int code = 0;
 };
 
-// Makes the directory; false when it can't be had.
+// Makes the directory (clearing half-written records); false when it can't be had.
 bool CCjobDir_Open(const std::string& dir);
 // Makes "<id>.job" with the employer and the job text, locked; the open
 // descriptor (for the job's shell), or -1 when it exists already or can't be made.

@@ -66,8 +66,20 @@ class Queue : public ::testing::Environment {
     StopService(server);
     StopService(worker);
     StopRMserver(rm);
-    // Jobs of a test that failed half-way end with their worker's directory.
+    KillLeftJobs();
     delete site;
+  }
+
+ private:
+  // Jobs outlive their worker; those a failed test left go with the site.
+  static void KillLeftJobs() {
+    std::error_code ignored;
+    const std::string dir = site->Path() + "/dat/CCworker-" + std::string(::getenv("TV_CCWORKER_PORT"));
+    for (const auto& entry : std::filesystem::directory_iterator(dir, ignored)) {
+      std::ifstream record(entry.path());
+      for (std::string line; std::getline(record, line);)
+        if (line.rfind("process ", 0) == 0) ::kill(-std::stoi(line.substr(8)), SIGKILL);
+    }
   }
 };
 const auto* const queue = ::testing::AddGlobalTestEnvironment(new Queue);
@@ -149,7 +161,18 @@ TEST(Queue, AThousandJobsRunOnceEachInOrderThroughAWorkerRestart) {
     ended = 0;
     for (const std::string& id : ids) ended += events.Ended(id) ? 1 : 0;
     return ended == ids.size();
-  })) << ended << " of 1000 jobs ended";
+  })) << ended << " of 1000 jobs ended" << [&] {
+    std::string open;
+    for (const std::string& id : ids) {
+      if (events.Ended(id)) continue;
+      CCjobBase_Job job = nullptr;
+      CCclient_GetJobInfos(JobEvents::Client(), id, job);
+      open += "\n" + id + " heard " + std::to_string(events.byJob[id].size()) + " last " +
+              std::to_string(events.Last(id)) + " server: " + CCjobBase_JobToString(job);
+      CCjob_Destroy(job);
+    }
+    return open;
+  }();
 
   // Each job: added waiting, running (again only if it never started), and
   // one end as done, after which nothing.
@@ -172,4 +195,248 @@ TEST(Queue, AThousandJobsRunOnceEachInOrderThroughAWorkerRestart) {
   EXPECT_EQ(ran.size(), ids.size());
   EXPECT_NE(Lines(runs).front().find(' '), std::string::npos);
   EXPECT_GT(Lines(runs).front().size(), Lines(runs).front().find(' ') + 1) << "CCJOB_EMPLOYER is empty";
+}
+
+TEST(Queue, AResourceHeldElsewhereKeepsAJobWaitingUntilItIsFree) {
+  JobEvents events("resource");
+  const std::string made = site->Path() + "/plate";
+  ASSERT_TRUE(SRM_Reserve("plate-7", true));
+  const std::string id = Submit("touch " + made, "resource", true,
+                                [](CCjobBase_Job job) { CCjob_AddResourcePrecondition(job, "plate-7"); });
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Last(id) == CCtypes_WaitingForPrecond;
+  }));
+  // Looked at again and again, it keeps waiting while the resource is held.
+  EXPECT_FALSE(Await([&] {
+    events.Read();
+    return events.Ended(id);
+  }, 3));
+  EXPECT_FALSE(std::filesystem::exists(made));
+  SRM_Release("plate-7");
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Ended(id);
+  }));
+  EXPECT_EQ(events.Last(id), CCtypes_Done);
+  EXPECT_TRUE(std::filesystem::exists(made));
+
+  // A resource the submitter passes on is the server's until the job ends.
+  ASSERT_TRUE(SRM_Reserve("plate-8", true));
+  const std::string passed = Submit("sleep 2", "resource", false,
+                                    [](CCjobBase_Job job) { CCjob_InheritResource(job, "plate-8"); });
+  EXPECT_EQ(SRM_UseCount("plate-8"), 0) << "the submitter let go";
+  EXPECT_FALSE(SRM_Reserve("plate-8", false)) << "the server holds it for the job";
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Ended(passed);
+  }));
+  ASSERT_TRUE(Await([] { return SRM_Reserve("plate-8", false); }, 30)) << "the job's end gave it back";
+  SRM_Release("plate-8");
+}
+
+TEST(Queue, TheQueueOutlivesAServerRestart) {
+  SClient client = JobEvents::Client();
+  ASSERT_TRUE(CCclient_SetQueueStatus(client, CCtypes_QueueStopped));
+  const std::string out = site->Path() + "/restart";
+  std::vector<std::string> ids;
+  for (int i = 0; i < 3; ++i) ids.push_back(Submit("echo ran >> " + out, "restart", false));
+  StopService(server, SIGKILL);
+  // The crash cut the last record in the middle.
+  const std::string journal =
+      site->Path() + "/dat/CCserver-" + std::string(::getenv("TV_CCSERVER_PORT")) + "/queue.journal";
+  ASSERT_TRUE(std::filesystem::exists(journal));
+  { std::ofstream(journal, std::ios::app) << "J h-9-9-9 99 a - TYPE=Inline STATUS=wai"; }
+  StartServer();
+
+  EXPECT_EQ(CCclient_GetQueueStatus(client), CCtypes_QueueStopped);
+  for (const std::string& id : ids) {
+    CCjobBase_Job job = nullptr;
+    ASSERT_TRUE(CCclient_GetJobInfos(client, id, job)) << id;
+    EXPECT_EQ(CCjobBase_GetStatus(job), CCtypes_Waiting);
+    CCjob_Destroy(job);
+  }
+  CCjobBase_Job none = nullptr;
+  EXPECT_FALSE(CCclient_GetJobInfos(client, "h-9-9-9", none));
+  JobEvents events("restart");
+  ASSERT_TRUE(CCclient_SetQueueStatus(client, CCtypes_QueueRunning));
+  ASSERT_TRUE(Await([&] { return Lines(out).size() == 3; }));
+  EXPECT_FALSE(Await([&] { return Lines(out).size() > 3; }, 1)) << "each ran once";
+}
+
+TEST(Queue, ListenersSeeTheQueueAndFailedJobsStayUntilDeleted) {
+  SClient client = JobEvents::Client();
+  ASSERT_TRUE(CCclient_SetQueueStatus(client, CCtypes_QueueStopped));
+  const std::string failing = Submit("echo oops >&2; exit 3", "listen", false);
+  const std::string fine = Submit("true", "listen", false);
+  SClient listener = CCclient_ConnectListener("");
+  std::vector<CCevent_Event> seen;
+  auto read = [&] {
+    CCclient_AwaitEvent(listener, 200);
+    CCevent_Event e;
+    while (CCclient_ReceiveEvent(listener, e)) seen.push_back(e);
+  };
+  // A new listener hears the queue as it stands, then its workers.
+  ASSERT_TRUE(Await([&] {
+    read();
+    return !seen.empty() && seen.back().type == CCevent_Cluster && seen.back().kind == CCevent_WorkerStatus;
+  }));
+  ASSERT_GE(seen.size(), 6U);
+  EXPECT_EQ(seen[0].kind, CCevent_QueueReset);
+  EXPECT_EQ(seen[1].queueStatus, CCtypes_QueueStopped);
+  std::map<std::string, std::int32_t> position;
+  for (const CCevent_Event& e : seen)
+    if (e.type == CCevent_Job) position[e.id] = e.queuePosition;
+  EXPECT_LT(position[failing], position[fine]);
+  EXPECT_EQ(seen.back().workerStatus, 1);
+
+  // Raised, the second goes first.
+  StrVector ids = StrVector_Create();
+  StrVector_AddElement(ids, fine);
+  ASSERT_TRUE(CCclient_JobCommand(client, 2, ids, false));
+  ASSERT_TRUE(Await([&] {
+    read();
+    for (const CCevent_Event& e : seen)
+      if (e.type == CCevent_Job && e.kind == CCevent_PositionChanged) position[e.id] = e.queuePosition;
+    return position[fine] == 1 && position[failing] == 2;
+  }));
+
+  // The failed job goes to the failed list, with what it said in its error file.
+  ASSERT_TRUE(CCclient_SetQueueStatus(client, CCtypes_QueueRunning));
+  auto failedAdded = [&] {
+    std::size_t count = 0;
+    for (const CCevent_Event& e : seen)
+      count += e.type == CCevent_Job && e.kind == CCevent_JobAdded && e.inFailedQueue && failing == e.id ? 1 : 0;
+    return count;
+  };
+  ASSERT_TRUE(Await([&] {
+    read();
+    return failedAdded() == 1;
+  }));
+  CCjobBase_Job job = nullptr;
+  ASSERT_TRUE(CCclient_GetJobInfos(client, failing, job));
+  EXPECT_EQ(CCjobBase_GetStatus(job), CCtypes_Failed);
+  char errorFile[kPathCap];
+  CCjobBase_GetErrorFilename(job, errorFile);
+  EXPECT_EQ(FileText(errorFile), "oops\n");
+  CCjob_Destroy(job);
+
+  // Put back, it runs (and fails) again; deleted, it is gone.
+  StrVector_Destroy(ids);
+  ids = StrVector_Create();
+  StrVector_AddElement(ids, failing);
+  ASSERT_TRUE(CCclient_JobCommand(client, 0, ids, true));
+  ASSERT_TRUE(Await([&] {
+    read();
+    return failedAdded() == 2;
+  }));
+  ASSERT_TRUE(CCclient_JobCommand(client, 1, ids, true));
+  ASSERT_TRUE(Await([&] {
+    read();
+    return seen.back().type == CCevent_Job && seen.back().kind == CCevent_JobRemoved && seen.back().inFailedQueue;
+  }));
+  EXPECT_FALSE(CCclient_GetJobInfos(client, failing, job));
+  StrVector_Destroy(ids);
+  SClient_CloseConn(listener);
+}
+
+TEST(Queue, RunningJobsEndWhenDeletedAndAtTheirTimeOut) {
+  JobEvents events("cancel");
+  const std::string deleted = Submit("sleep 60", "cancel");
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Last(deleted) == CCtypes_Running;
+  }));
+  StrVector ids = StrVector_Create();
+  StrVector_AddElement(ids, deleted);
+  ASSERT_TRUE(CCclient_JobCommand(JobEvents::Client(), 1, ids, false));
+  StrVector_Destroy(ids);
+  const std::string late = Submit("sleep 60", "cancel", true, [](CCjobBase_Job job) { CCjobBase_SetTimeout(job, 1); });
+  // Both end well before their commands would.
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Ended(deleted) && events.Ended(late);
+  }, 40));
+  EXPECT_EQ(events.Last(deleted), CCtypes_Canceled);
+  EXPECT_EQ(events.Last(late), CCtypes_Canceled);
+}
+
+TEST(Queue, AJobWhoseShellDiedWithItsWorkerIsReportedFailed) {
+  JobEvents events("orphan");
+  const std::string id = Submit("sleep 60", "orphan");
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Last(id) == CCtypes_Running;
+  }));
+  // Worker and job are killed together: nobody can tell how the job went.
+  const std::string record =
+      site->Path() + "/dat/CCworker-" + std::string(::getenv("TV_CCWORKER_PORT")) + "/" + id + ".job";
+  int process = 0;
+  ASSERT_TRUE(Await([&] {
+    for (const std::string& line : Lines(record))
+      if (line.rfind("process ", 0) == 0) process = std::stoi(line.substr(8));
+    return process > 0;
+  }, 30));
+  StopService(worker, SIGKILL);
+  ::kill(-process, SIGKILL);
+  StartWorker();
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Ended(id);
+  }));
+  EXPECT_EQ(events.Last(id), CCtypes_Failed);
+  CCjobBase_Job job = nullptr;
+  ASSERT_TRUE(CCclient_GetJobInfos(JobEvents::Client(), id, job));
+  char errorFile[kPathCap];
+  CCjobBase_GetErrorFilename(job, errorFile);
+  char expected[kTextCap];
+  Messages_GetMsg("CCworker", 4, expected);
+  EXPECT_NE(FileText(errorFile).find(StrIn(expected).Str()), std::string::npos);
+  CCjob_Destroy(job);
+}
+
+TEST(Queue, BadRequestsAndDyingClientsLeaveTheServerServing) {
+  SClient client = JobEvents::Client();
+  // Bytes of no request at all: the server drops that line and goes on.
+  const int raw = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(::getenv("TV_CCSERVER_PORT"))));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  ASSERT_EQ(::connect(raw, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  const char garbage[] = "A\x7f\xff\xff\xffZZZZ\nGET / HTTP/1.0\r\n\r\n";
+  ASSERT_GT(::write(raw, garbage, sizeof garbage), 0);
+  ::close(raw);
+
+  // A job text that is none is refused, or told to the listeners.
+  SReqObj params = SReqObj_CreateArray();
+  SReqObj_Append(params, SReqObj_CreateString("NOT A JOB"));
+  EXPECT_FALSE(SClient_Send(client, CCprotocol_SUBMIT_JOB, params, nullptr));
+  EXPECT_EQ(SClient_ErrorCode(client), 2);
+  SClient listener = CCclient_ConnectListener("");
+  params = SReqObj_CreateArray();
+  SReqObj_Append(params, SReqObj_CreateString("NOT A JOB EITHER"));
+  EXPECT_TRUE(SClient_Send(client, CCprotocol_ASYNC_SUBMIT_JOB, params, nullptr));
+  bool told = false;
+  ASSERT_TRUE(Await([&] {
+    CCclient_AwaitEvent(listener, 200);
+    CCevent_Event e;
+    while (CCclient_ReceiveEvent(listener, e)) told = told || (e.type == CCevent_Error && e.errorNumber == 2);
+    return told;
+  }));
+  SClient_CloseConn(listener);
+
+  // A client that is gone before its job ran does not take the job along.
+  const std::string out = site->Path() + "/orphaned";
+  const pid_t child = ::fork();
+  if (child == 0) {
+    SClient conn = CCclient_Connect("", 4000, nullptr);
+    CCjobBase_Job job = CCjob_CreateDS("sleep 1; echo done > " + out);
+    ::_exit(CCclient_SubmitJob(conn, job, true) ? 0 : 1);
+  }
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  ASSERT_EQ(WEXITSTATUS(status), 0);
+  ASSERT_TRUE(Await([&] { return FileText(out) == "done\n"; }));
+  EXPECT_TRUE(CCclient_TestService(client));
 }
