@@ -176,13 +176,16 @@ int ServeReady(SServer server, SServer_Request& request) {
     // Only a line that poll found readable is read: the others have nothing new.
     const bool open = !conn->readable || Socket_Fill(conn->socket);
     conn->readable = false;
-    if (Socket_Available(conn->socket) > 0) {
-      const int got = ReadRequest(server, conn, request);
-      if (got == 1) return 1;
-      if (got < 0) Drop(server, index);
-    } else if (!open) {
-      Drop(server, index);
+    if (Socket_Available(conn->socket) == 0) {
+      if (!open) Drop(server, index);
+      continue;
     }
+    // Requests answered here don't end the turn: what is buffered behind
+    // them would otherwise wait for the line to stir.
+    int got = 0;
+    while (got == 0 && Socket_Available(conn->socket) > 0) got = ReadRequest(server, conn, request);
+    if (got == 1) return 1;
+    if (got < 0) Drop(server, index);
   }
   return 0;
 }

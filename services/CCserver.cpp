@@ -16,9 +16,6 @@
 #include <string>
 #include <vector>
 
-#include "services/CCserver/CCjobs.h"
-#include "services/CCserver/CCnotify.h"
-#include "services/CCserver/CCworkers.h"
 #include "base/Argument.h"
 #include "base/DirAcces.h"
 #include "base/Messages.h"
@@ -26,6 +23,10 @@
 #include "base/SPrintf.h"
 #include "jobqueue/CCprotocol.h"
 #include "jobqueue/CCtypes.h"
+#include "jobqueue/SService.h"
+#include "services/CCserver/CCjobs.h"
+#include "services/CCserver/CCnotify.h"
+#include "services/CCserver/CCworkers.h"
 
 namespace {
 
@@ -42,7 +43,7 @@ std::uint64_t generation = 1;
 
 void Complain(unsigned number, StrIn info, std::int32_t count = -1) {
   char text[kTextCap];
-  Messages_GetMsg(section, number, text);  // messages: CCserver 1 5-7
+  Messages_GetMsg(section, number, text);  // messages: CCserver 5-7
   if (count >= 0) SPrintf_Int(text, count);
   SPrintf_String(text, info);
   std::fprintf(stderr, "%s\n", text);
@@ -322,12 +323,7 @@ void Recover(const std::string& directory) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  Argument_Init(argc, argv);
-  Processe_SetExitStatus(1);
-  Messages_Init();
-  Processe_SetApplicationType(kProcesseDemonType);
-  Processe_Init();
-  DirAcces_Init();
+  SService_Start(argc, argv);
 
   char argument[kTextCap] = "", address[kNameCap] = "", directory[kPathCap] = "";
   std::vector<std::string> hosts;
@@ -339,14 +335,7 @@ int main(int argc, char** argv) {
 
   SProtocol protocol = CCprotocol_Server();
   port = SProtocol_Port(protocol);
-  SServer server = SServer_Create(protocol, address);
-  if (server == nullptr) {
-    char text[kTextCap];
-    Messages_GetMsg(section, 1, text);
-    SPrintf_Int(text, port);
-    std::fprintf(stderr, "%s\n", text);
-    Processe_Exit();
-  }
+  SServer server = SService_Listen(protocol, address, section);  // messages: CCserver 1
   if (directory[0] == '\0') DirAcces_IncludeSpecialPath(DirAcces_MARLDAT, "CCserver-" + std::to_string(port), directory);
   Recover(StrIn(directory).Str());
   if (hosts.empty()) CCworkers_Add(CCtypes_localWorkerName, "");

@@ -36,6 +36,7 @@
 #include "jobqueue/CCprotocol.h"
 #include "jobqueue/CCtypes.h"
 #include "jobqueue/SServer.h"
+#include "jobqueue/SService.h"
 #include "services/CCworker/CCemployer.h"
 #include "services/CCworker/CCjobDir.h"
 #include "services/CCworker/CCrunner.h"
@@ -72,7 +73,7 @@ bool peeking = false;  // a job may be on its way to us
 
 std::string Message(unsigned number, StrIn info) {
   char text[kTextCap];
-  Messages_GetMsg(section, number, text);  // messages: CCworker 1-5
+  Messages_GetMsg(section, number, text);  // messages: CCworker 2-5
   SPrintf_String(text, info);
   return StrIn(text).Str();
 }
@@ -349,12 +350,7 @@ std::size_t Option(StrIn text, std::size_t fallback) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  Argument_Init(argc, argv);
-  Processe_SetExitStatus(1);
-  Messages_Init();
-  Processe_SetApplicationType(kProcesseDemonType);
-  Processe_Init();
-  DirAcces_Init();
+  SService_Start(argc, argv);
 
   char argument[kTextCap] = "", address[kNameCap] = "", directory[kPathCap] = "";
   slots = std::max(1U, std::thread::hardware_concurrency());
@@ -365,14 +361,7 @@ int main(int argc, char** argv) {
   }
 
   SProtocol protocol = CCprotocol_Worker();
-  server = SServer_Create(protocol, address);
-  if (server == nullptr) {
-    char text[kTextCap];
-    Messages_GetMsg(section, 1, text);
-    SPrintf_Int(text, SProtocol_Port(protocol));
-    std::fprintf(stderr, "%s\n", text);
-    Processe_Exit();
-  }
+  server = SService_Listen(protocol, address, section);  // messages: CCworker 1
   if (directory[0] == '\0')
     DirAcces_IncludeSpecialPath(DirAcces_MARLDAT, "CCworker-" + std::to_string(SProtocol_Port(protocol)), directory);
   if (!CCjobDir_Open(StrIn(directory).Str())) {

@@ -27,6 +27,8 @@
 #include "jobqueue/CCprotocol.h"
 #include "jobqueue/CCtypes.h"
 #include "jobqueue/SRM.h"
+#include "jobqueue/SServer.h"
+#include "jobqueue/Socket.h"
 #include "tests/support/TestFiles.h"
 
 namespace {
@@ -439,4 +441,78 @@ TEST(Queue, BadRequestsAndDyingClientsLeaveTheServerServing) {
   ASSERT_EQ(WEXITSTATUS(status), 0);
   ASSERT_TRUE(Await([&] { return FileText(out) == "done\n"; }));
   EXPECT_TRUE(CCclient_TestService(client));
+}
+
+TEST(Queue, RestrictionsLetNoMoreRunTogetherThanTheirLimit) {
+  JobEvents events("serial");
+  const std::string log = site->Path() + "/serial";
+  std::vector<std::string> ids;
+  for (int i = 0; i < 4; ++i) {
+    CCjobBase_Job job = CCjob_CreateDS("echo start >> " + log + "; sleep 0.3; echo end >> " + log);
+    CCjob_SetSubmitter(job, "serial", "");
+    CCjob_AddExecutionLimit(job, 1, "one at a time");
+    ASSERT_TRUE(CCjob_Submit(job));
+    char id[kNameCap];
+    CCjobBase_GetId(job, id);
+    ids.push_back(StrIn(id).Str());
+    CCjob_Destroy(job);
+  }
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    for (const std::string& id : ids)
+      if (!events.Ended(id)) return false;
+    return true;
+  }));
+  const std::vector<std::string> lines = Lines(log);
+  ASSERT_EQ(lines.size(), 8U);
+  for (std::size_t i = 0; i < lines.size(); ++i) EXPECT_EQ(lines[i], i % 2 == 0 ? "start" : "end") << i;
+}
+
+// A server of an older kind knows the first versions of PEEK_JOB and
+// JOB_FINISHED only; the client speaks them to it.
+TEST(Queue, ClientsFallBackToTheRequestsAnOlderServerKnows) {
+  Socket probe = Socket_Listen("127.0.0.1", 0, 256);
+  const std::uint16_t port = Socket_LocalPort(probe);
+  Socket_Close(probe);
+  int pipe[2];
+  ASSERT_EQ(::pipe(pipe), 0);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    SProtocol old = SProtocol_Create(port, 4096, "CCserver");
+    SProtocol_SetPort(old, port);  // whatever TV_CCSERVER_PORT says
+    const int peek = SProtocol_DefineRequest(old, "PEEK_JOB", 1, 2, true);
+    SProtocol_SetParameter(old, peek, 0, SReqObj_Type::String, "hostname");
+    SProtocol_SetParameter(old, peek, 1, SReqObj_Type::Integer, "jobTypes");
+    const int finished = SProtocol_DefineRequest(old, "JOB_FINISHED", 1, 4, true);
+    for (int i : {0, 1, 3}) SProtocol_SetParameter(old, finished, i, SReqObj_Type::String, "text");
+    SProtocol_SetParameter(old, finished, 2, SReqObj_Type::Integer, "status", 7);
+    SServer s = SServer_Create(old, "127.0.0.1");
+    if (::write(pipe[1], "x", 1) != 1 || s == nullptr) ::_exit(3);
+    std::string heard;
+    for (int n = 0; n < 2;) {
+      SServer_Request r;
+      if (!SServer_Next(s, 10000, r)) ::_exit(4);
+      SReqObj results = SReqObj_CreateArray();
+      if (r.request == peek) SReqObj_Append(results, SReqObj_CreateString("TYPE=Inline ID=a-b-c-d INLINE_CMD=x"));
+      else heard = std::to_string(SReqObj_GetInteger(SReqObj_Element(r.params, 2)));
+      SServer_Reply(r.conn, results);
+      SReqObj_Destroy(r.params);
+      ++n;
+    }
+    ::_exit(heard == "2" ? 0 : 5);  // running is 2 in the first version's numbers
+  }
+  char ready = 0;
+  ASSERT_EQ(::read(pipe[0], &ready, 1), 1);
+  SClient conn = CCclient_ConnectPort("127.0.0.1", port, 4000, nullptr);
+  CCjobBase_Job job = CCclient_PeekJob(conn, "w", CCtypes_AllCpuUsages);
+  char error[kTextCap];
+  SClient_GetError(conn, error);
+  ASSERT_NE(job, nullptr) << error;
+  EXPECT_EQ(CCjobBase_GetInlineCmd(job), "x");
+  CCjob_Destroy(job);
+  EXPECT_TRUE(CCclient_InformJobFinished(conn, "w", "a-b-c-d", CCtypes_Running, 0, ""));
+  SClient_CloseConn(conn);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  EXPECT_EQ(WEXITSTATUS(status), 0);
 }
