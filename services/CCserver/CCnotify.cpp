@@ -55,6 +55,10 @@ CCjobBase_Job Pattern(Listener& l) {
   return l.pattern;
 }
 
+bool AnyOfType(std::uint8_t type) {
+  return std::any_of(listeners.begin(), listeners.end(), [type](const Listener& l) { return l.type == type; });
+}
+
 }  // namespace
 
 bool CCnotify_Identified(SServer_Conn conn) {
@@ -89,7 +93,7 @@ void CCnotify_ReplyError(SServer_Conn conn, unsigned number, StrIn info) {
 }
 
 void CCnotify_Event(const CCevent_Event& event) {
-  if (listeners.empty()) return;
+  if (!AnyOfType(1)) return;
   const std::string bytes = Bytes(WriteEvent, &event);
   for (const Listener& l : listeners)
     if (l.type == 1) held.push_back({Held::Event, l.conn, nullptr, 0, bytes});
@@ -101,7 +105,7 @@ void CCnotify_EventTo(SServer_Conn conn, const CCevent_Event& event) {
 
 void CCnotify_JobChange(CCjobBase_Job job, std::uint32_t kind, bool inFailed, std::int32_t position,
                         StrIn worker) {
-  if (listeners.empty()) return;
+  if (!AnyOfType(1)) return;
   CCevent_Event event;
   CCevent_FromJob(job, kind, event);
   event.inFailedQueue = inFailed;
@@ -111,7 +115,7 @@ void CCnotify_JobChange(CCjobBase_Job job, std::uint32_t kind, bool inFailed, st
 }
 
 void CCnotify_JobStatus(CCjobBase_Job job, bool removed) {
-  if (listeners.empty()) return;
+  if (!AnyOfType(2)) return;
   CCjobEvent_Event event;
   CCjobEvent_FromJob(job, removed, event);
   std::string bytes;
