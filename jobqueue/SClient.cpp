@@ -26,6 +26,7 @@ struct SClient_Rec {
   std::map<std::string, std::uint32_t> versions;  // per connection, cleared at reconnect
   int code = 0;
   std::string text;
+  int owed = 0;  // results of posted requests still to come
 };
 
 namespace {
@@ -116,6 +117,7 @@ bool Attach(SClient conn, Socket socket) {
   Socket_SetNoDelay(socket);
   conn->connNo = ++connCounter;
   conn->versions.clear();
+  conn->owed = 0;
   if (!Introduce(conn)) return false;
   Succeeded(conn);
   return true;
@@ -176,6 +178,31 @@ bool ReceiveResult(SClient conn, SReqObj* results) {
   SReqObj_Destroy(removed);
   if (results != nullptr) *results = wire;
   else SReqObj_Destroy(wire);
+  return true;
+}
+
+// Whether a whole result lies in the buffer.
+bool ResultBuffered(SClient conn) {
+  Socket_Fill(conn->socket);
+  std::string bytes(Socket_Available(conn->socket), '\0');
+  if (bytes.empty() || !Socket_Peek(conn->socket, 0, bytes.data(), bytes.size())) return false;
+  std::size_t used = 0;
+  SReqObj result = SReqObj_Decode(bytes, used);
+  const bool whole = result != nullptr && used < bytes.size();
+  SReqObj_Destroy(result);
+  return whole;
+}
+
+// Takes the results of posted requests off the line: all of them (waiting
+// as for any result), or without `wait` those that are there. False when
+// the line broke meanwhile.
+bool SettleOwed(SClient conn, bool wait) {
+  while (conn->owed > 0) {
+    if (!wait && !ResultBuffered(conn)) return true;
+    --conn->owed;
+    ReceiveResult(conn, nullptr);  // the service's refusal is no concern of a post
+    if (conn->socket == nullptr) return false;
+  }
   return true;
 }
 
@@ -284,11 +311,30 @@ bool SClient_Send(SClient conn, int request, SReqObj params, SReqObj* results) {
     SReqObj_Destroy(params);
     return false;
   }
-  // 3. Out it goes; 4. the result if there is one.
+  // 3. Out it goes; 4. the results owed for posted requests come first, then its own.
   if (!Transmit(conn, request, params)) return false;
+  if (hasResult && !SettleOwed(conn, true)) return false;
   if (hasResult && !ReceiveResult(conn, results)) return false;
   Succeeded(conn);
   return true;
+}
+
+bool SClient_Post(SClient conn, int request, SReqObj params) {
+  if (conn == nullptr || !SProtocol_HasResult(conn->protocol, request) || conn->clientType != 0)
+    return SClient_Send(conn, request, params, nullptr);
+  if (!SClient_Reconnect(conn) || !SettleOwed(conn, false)) {
+    SReqObj_Destroy(params);
+    return false;
+  }
+  if (!Transmit(conn, request, params)) return false;
+  ++conn->owed;
+  Succeeded(conn);
+  return true;
+}
+
+bool SClient_TakePosted(SClient conn, bool wait) {
+  if (conn == nullptr) return false;
+  return conn->socket != nullptr && SettleOwed(conn, wait) && conn->owed == 0;
 }
 
 std::uint32_t SClient_SupportedRequestVersions(SClient conn, StrIn name) {
@@ -327,6 +373,22 @@ bool SClient_ReceiveEvent(SClient conn, SEvent event) {
   }
   SEvent_Load(event, bytes);
   return true;
+}
+
+bool SClient_AwaitEvent(SClient conn, int timeoutMs) {
+  if (conn == nullptr || !SClient_TryReconnect(conn)) return false;
+  const Clock::time_point start = Clock::now();
+  for (;;) {
+    if (Socket_Available(conn->socket) > 0) return true;
+    const int left = timeoutMs - Since(start);
+    if (left <= 0) return false;
+    if (Socket_WaitReadable(conn->socket, std::min(left, kReceiveSliceMs))) {
+      Socket_Fill(conn->socket);
+      if (Socket_Available(conn->socket) > 0) return true;
+    }
+    if (!Socket_IsAlive(conn->socket)) return false;
+    conn->yield();
+  }
 }
 
 bool SClient_IsConnected(SClient conn) { return conn != nullptr && conn->socket != nullptr && Socket_IsAlive(conn->socket); }

@@ -57,15 +57,28 @@ void SClient_SetTimeout(SClient conn, int timeoutMs);
 
 // --- Requests -------------------------------------------------------------------------
 // Sends `request` with `params` (an Array, taken; nil for none). For a request
-// with a result, waits for it and hands the results (element 0 first) to the
-// caller in `results`. False with the failure kept in the connection.
+// with a result, waits for it (and the results still owed for posts) and
+// hands the results (element 0 first) to the caller in `results`. False with
+// the failure kept in the connection.
 bool SClient_Send(SClient conn, int request, SReqObj params, SReqObj* results);
+// Sends a request without waiting for its result, which is taken off the
+// line (and dropped) before the next result is read. So two services that
+// call each other never wait for each other, and a post and the request
+// behind it take one trip. False when it could not be sent.
+bool SClient_Post(SClient conn, int request, SReqObj params);
+// Takes the results of posted requests that have come (all of them, waiting,
+// with `wait`). True when the service answered every post on this
+// connection (SClient_ConnNo tells a new one): a reconnect loses the count.
+bool SClient_TakePosted(SClient conn, bool wait);
 // The versions of `name` the service supports (bit v for version v), asked
 // once per connection; 0 when the service can't tell.
 std::uint32_t SClient_SupportedRequestVersions(SClient conn, StrIn name);
 // Takes one whole event when it is buffered; false without waiting otherwise.
 // A broken connection gets one reconnect attempt.
 bool SClient_ReceiveEvent(SClient conn, SEvent event);
+// Waits up to `timeoutMs` until bytes of an event are there, calling the
+// yield procedure between slices; false when none came or the line broke.
+bool SClient_AwaitEvent(SClient conn, int timeoutMs);
 
 // --- Query ----------------------------------------------------------------------------
 bool SClient_IsConnected(SClient conn);

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "base/DirAcces.h"
 
 struct SProtocol_Rec {
   struct Parameter {
@@ -31,8 +32,6 @@ struct SProtocol_Rec {
 };
 
 namespace {
-
-const char kDumpFile[] = "/tmp/.protocol.errors";
 
 SProtocol_Rec::Request* Find(SProtocol p, int request) {
   if (p == nullptr || request < 1 || static_cast<std::size_t>(request) > p->requests.size()) return nullptr;
@@ -121,6 +120,10 @@ bool SProtocol_SetParameter(SProtocol p, int request, int index, SReqObj_Type ty
   return true;
 }
 
+void SProtocol_SetPort(SProtocol p, std::uint16_t port) {
+  if (p != nullptr) p->port = port;
+}
+
 std::uint16_t SProtocol_Port(SProtocol p) { return p == nullptr ? 0 : p->port; }
 std::size_t SProtocol_BufferSize(SProtocol p) { return p == nullptr ? 0 : p->bufferSize; }
 
@@ -181,7 +184,9 @@ bool SProtocol_CheckParameterTypes(SProtocol p, int request, SReqObj params) {
 void SProtocol_DumpError(SProtocol p, StrIn text) {
   // Faults of a protocol's use are programming faults with no user to tell;
   // they are collected where the service's maintainer looks for them.
-  std::FILE* dump = std::fopen(kDumpFile, "a");
+  char path[kPathCap];
+  DirAcces_IncludeSpecialPath(DirAcces_TMP, ".protocol.errors", path);
+  std::FILE* dump = std::fopen(StrIn(path).Str().c_str(), "a");
   if (dump == nullptr) return;
   char when[32] = "";
   const std::time_t now = std::time(nullptr);

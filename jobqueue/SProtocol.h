@@ -57,6 +57,9 @@ int SProtocol_DefineRequest(SProtocol p, StrIn name, int version, int parameterC
 bool SProtocol_SetParameter(SProtocol p, int request, int index, SReqObj_Type type, StrIn name,
                             std::int32_t highest = -1);
 
+// Moves the table to another port, whatever the environment says.
+void SProtocol_SetPort(SProtocol p, std::uint16_t port);
+
 // --- Query ----------------------------------------------------------------------
 std::uint16_t SProtocol_Port(SProtocol p);
 std::size_t SProtocol_BufferSize(SProtocol p);
@@ -74,7 +77,8 @@ bool SProtocol_HasResult(SProtocol p, int request);
 // is dumped and answers false.
 bool SProtocol_CheckParameterTypes(SProtocol p, int request, SReqObj params);
 // Appends a line with the time, the process, the server and `text` to
-// "/tmp/.protocol.errors", where faults of a protocol's use are collected.
+// ".protocol.errors" in the first element of TMP (by default "/tmp"), where
+// faults of a protocol's use are collected.
 void SProtocol_DumpError(SProtocol p, StrIn text);
 // The wire form of `request` with `params`, which it takes (nil for none).
 // Nil when the parameters do not pass the check.

@@ -19,6 +19,7 @@ struct SServer_ConnRec {
   SProtocol_ClientID client;
   SReqObj mask = nullptr;
   bool asynchronous = false;
+  bool readable = true;  // the line may hold bytes not yet buffered
   ~SServer_ConnRec() {
     Socket_Close(socket);
     SReqObj_Destroy(mask);
@@ -32,6 +33,9 @@ struct SServer_Rec {
   std::size_t next = 0;  // where the round of connections goes on, for fairness
   SServer_GoneProc gone = nullptr;
   void* goneData = nullptr;
+  SServer_IdentifiedProc identified = nullptr;
+  void* identifiedData = nullptr;
+  int wake = -1;
   bool debugging = false;
 };
 
@@ -92,7 +96,10 @@ SReqObj CurrentClients(SServer server) {
 bool Standard(SServer server, SServer_Conn conn, int request, SReqObj params) {
   SReqObj first = SReqObj_Element(params, 0);
   switch (request) {
-    case SProtocol_CLIENTID: SProtocol_ReadClientID(params, conn->client); return true;
+    case SProtocol_CLIENTID:
+      if (SProtocol_ReadClientID(params, conn->client) && server->identified != nullptr)
+        server->identified(conn, server->identifiedData);
+      return true;
     case SProtocol_SET_EVENT_MASK:
       SReqObj_Destroy(conn->mask);
       conn->mask = SReqObj_Copy(first);
@@ -166,14 +173,19 @@ int ServeReady(SServer server, SServer_Request& request) {
     if (server->next >= server->conns.size()) server->next = 0;
     const std::size_t index = server->next++;
     SServer_Conn conn = server->conns[index].get();
-    const bool open = Socket_Fill(conn->socket);
-    if (Socket_Available(conn->socket) > 0) {
-      const int got = ReadRequest(server, conn, request);
-      if (got == 1) return 1;
-      if (got < 0) Drop(server, index);
-    } else if (!open) {
-      Drop(server, index);
+    // Only a line that poll found readable is read: the others have nothing new.
+    const bool open = !conn->readable || Socket_Fill(conn->socket);
+    conn->readable = false;
+    if (Socket_Available(conn->socket) == 0) {
+      if (!open) Drop(server, index);
+      continue;
     }
+    // Requests answered here don't end the turn: what is buffered behind
+    // them would otherwise wait for the line to stir.
+    int got = 0;
+    while (got == 0 && Socket_Available(conn->socket) > 0) got = ReadRequest(server, conn, request);
+    if (got == 1) return 1;
+    if (got < 0) Drop(server, index);
   }
   return 0;
 }
@@ -207,6 +219,16 @@ void SServer_OnConnectionGone(SServer server, SServer_GoneProc proc, void* data)
   server->goneData = data;
 }
 
+void SServer_OnClientIdentified(SServer server, SServer_IdentifiedProc proc, void* data) {
+  if (server == nullptr) return;
+  server->identified = proc;
+  server->identifiedData = data;
+}
+
+void SServer_WakeOn(SServer server, int descriptor) {
+  if (server != nullptr) server->wake = descriptor;
+}
+
 bool SServer_Next(SServer server, int timeoutMs, SServer_Request& request) {
   request = {};
   if (server == nullptr) return false;
@@ -215,12 +237,15 @@ bool SServer_Next(SServer server, int timeoutMs, SServer_Request& request) {
     // 1. Bytes already buffered are served before anything waits.
     if (ServeReady(server, request) == 1) return true;
     // 2. Wait for the line: new clients or new bytes.
-    std::vector<pollfd> fds{{Socket_Descriptor(server->listener), POLLIN, 0}};
+    std::vector<pollfd> fds{{Socket_Descriptor(server->listener), POLLIN, 0}, {server->wake, POLLIN, 0}};
     for (const auto& c : server->conns) fds.push_back({Socket_Descriptor(c->socket), POLLIN, 0});
     const auto used = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
     const int left = timeoutMs < 0 ? -1 : static_cast<int>(timeoutMs - used);
     if (timeoutMs >= 0 && left <= 0) return false;
     if (::poll(fds.data(), fds.size(), left) <= 0) continue;
+    for (std::size_t i = 0; i < server->conns.size(); ++i)
+      if (fds[i + 2].revents != 0) server->conns[i]->readable = true;
+    if (fds[1].revents != 0) return false;
     if (fds[0].revents != 0) AcceptAll(server);
   }
 }

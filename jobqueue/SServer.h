@@ -26,6 +26,8 @@ extern std::uint8_t SServer_error;
 // Called from inside SServer_Next for each connection that closed or broke,
 // just before its record goes.
 using SServer_GoneProc = void (*)(SServer_Conn conn, void* data);
+// Called from inside SServer_Next when a client has told who it is.
+using SServer_IdentifiedProc = void (*)(SServer_Conn conn, void* data);
 
 struct SServer_Request {
   SServer_Conn conn = nullptr;
@@ -43,6 +45,10 @@ void SServer_Destroy(SServer& server);
 
 // --- Configure -----------------------------------------------------------------------
 void SServer_OnConnectionGone(SServer server, SServer_GoneProc proc, void* data);
+void SServer_OnClientIdentified(SServer server, SServer_IdentifiedProc proc, void* data);
+// A descriptor (-1: none) whose readability ends a wait of SServer_Next at
+// once, so that a service hears of its children or timers while it waits.
+void SServer_WakeOn(SServer server, int descriptor);
 
 // --- Serve -----------------------------------------------------------------------------
 // Waits up to `timeoutMs` for the next request of the protocol's own. False

@@ -13,9 +13,11 @@
 #include "base/StringOp.h"
 #include "image/SIqif.h"
 #include "image/SItiff.h"
+#include "jobqueue/CCjobClass.h"
 #include "rc/SrcFile.h"
 #include "workflow/WFbase.h"
 #include "workflow/WFdebug.h"
+#include "workflow/WFfolder.h"
 
 std::uint8_t Floatdeck_batchMode = Floatdeck_Interactive;
 char Floatdeck_wfName[kNameCap] = "";
@@ -49,6 +51,7 @@ void InitModules() {
   SItiff_Init();
   WFbase_Init();
   WFdebug_Init();
+  WFfolder_RegisterExecuteOnProc(CCjobClass_ExecuteOn);
 }
 
 // Tells the operator that `option`'s mode is not part of this build and

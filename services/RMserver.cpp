@@ -21,6 +21,7 @@
 #include "jobqueue/SReqObj.h"
 #include "jobqueue/SRMproto.h"
 #include "jobqueue/SServer.h"
+#include "jobqueue/SService.h"
 
 namespace {
 
@@ -128,26 +129,14 @@ void WatchPipeClients(SCipc pipes) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  Argument_Init(argc, argv);
-  Processe_SetExitStatus(1);
-  Messages_Init();
-  Processe_SetApplicationType(kProcesseDemonType);
-  Processe_Init();
-  DirAcces_Init();
+  SService_Start(argc, argv);
 
   char argument[kTextCap] = "", address[kNameCap] = "";
   while (Argument_Get(argument))
     if (Strings_Equal(argument, "-b")) Argument_Get(address);
 
   SProtocol protocol = SRMproto_Protocol();
-  SServer server = SServer_Create(protocol, address);
-  if (server == nullptr) {
-    char text[kTextCap];
-    Messages_GetMsg(section, 1, text);
-    SPrintf_Int(text, SProtocol_Port(protocol));
-    std::fprintf(stderr, "%s\n", text);
-    Processe_Exit();
-  }
+  SServer server = SService_Listen(protocol, address, section);  // messages: RMserver 1
   SServer_OnConnectionGone(server, ConnectionGone, nullptr);
   SCipc pipes = DirAcces_CheckFlag("RMSERVER_USE_SCIPC_SERVICES") ? SCipc_CreateService(kSRMprotoIdentity) : SCipc_Nil();
 

@@ -10,6 +10,8 @@
 #include "base/DirAcces.h"
 #include "base/SFilMisc.h"
 #include "base/StringOp.h"
+#include "jobqueue/CCjobClass.h"
+#include "jobqueue/CCtypes.h"
 
 WFmodule_Frontend* WFmodule_frontend[kWFmoduleMaxKind + 1] = {};
 
@@ -175,6 +177,13 @@ void WFmodule_Init() {
   SAutoRcF_Init();
   TVWcfg_Init();
   TVWcfg_RegisterRootDirProc(WFmodule_GetRootDir);
+  // The modules that can run on the cluster do so unless the site's class file says otherwise.
+  for (WFmodule_Kind kind = 1; kind <= kWFmoduleMaxKind; ++kind) {
+    if (!WFmodule_SupportsCluster(kind)) continue;
+    NameStr jobClass;
+    WFmodule_GetJobClassName(kind, jobClass);
+    CCjobClass_AddDefaultClass(jobClass, CCtypes_Cluster);
+  }
 }
 
 // --- The kind table -----------------------------------------------------------

@@ -1,10 +1,6 @@
 #include "tests/support/TestFiles.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
-#include <signal.h>
-#include <sys/socket.h>
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -148,55 +144,3 @@ void UsePrivateSite(const std::string& root) {
   ::setenv("TMP", (root + "/tmp").c_str(), 1);
 }
 
-namespace {
-
-sockaddr_in Loopback(std::uint16_t port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
-}
-
-bool Accepts(std::uint16_t port) {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  const sockaddr_in address = Loopback(port);
-  const bool connected = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-  ::close(fd);
-  return connected;
-}
-
-}  // namespace
-
-void ChooseRMserverPort() {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address = Loopback(0);
-  socklen_t length = sizeof address;
-  if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0)
-    throw std::runtime_error("no free loopback port");
-  ::close(fd);
-  ::setenv("TV_RMSERVER_PORT", std::to_string(ntohs(address.sin_port)).c_str(), 1);
-}
-
-int StartRMserver(const std::vector<std::pair<std::string, std::string>>& env) {
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    for (const auto& [name, value] : env) ::setenv(name.c_str(), value.c_str(), 1);
-    ::execl(FLOATDECK_BINARY_DIR "/bin/RMserver", "RMserver", "-b", "127.0.0.1", static_cast<char*>(nullptr));
-    ::_exit(127);
-  }
-  const auto port = static_cast<std::uint16_t>(std::stoi(::getenv("TV_RMSERVER_PORT")));
-  for (int i = 0; i < 250; ++i, ::usleep(20 * 1000))
-    if (Accepts(port)) return pid;
-  int ignored = pid;
-  StopRMserver(ignored);
-  return -1;
-}
-
-void StopRMserver(int& pid) {
-  if (pid <= 0) return;
-  ::kill(pid, SIGTERM);
-  ::waitpid(pid, nullptr, 0);
-  pid = -1;
-}

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/Services.h"
+
 // A directory of its own below /tmp, removed with everything in it by the
 // process that made it (not by forked children that exit, as death tests do).
 class TempDir {
@@ -39,15 +41,6 @@ bool UseBuildTreeSite(void (*init)());
 // dat, lib and tmp, with TV_CUSTOMER, TV_PROJECTS, MARLDAT, MARLLIB and TMP
 // pointing at them, run files off and the build tree's catalogs.
 void UsePrivateSite(const std::string& root);
-
-// A free loopback port, published in the variable TV_RMSERVER_PORT.
-void ChooseRMserverPort();
-// Starts the build tree's RMserver on 127.0.0.1 and that port (with `env`
-// added to its environment) and waits until it accepts connections. The
-// process id, or -1 when it did not come up.
-int StartRMserver(const std::vector<std::pair<std::string, std::string>>& env = {});
-// Ends it and waits for it; -1 is ignored.
-void StopRMserver(int& pid);
 
 using CatalogTexts = std::map<std::string, std::map<unsigned, std::string>>;
 

@@ -1,0 +1,114 @@
+// Jobs per second through the queue: a client submits a batch of no-op jobs
+// ("true", of free CPU usage) to CCserver, a CCworker with two slots (this
+// machine's processors) runs them, and a job listener waits until the last
+// has left the queue. Against it stands what the machine does with
+// "sh -c true" run one after the other, the cost of the command alone.
+#include <benchmark/benchmark.h>
+#include <spawn.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <chrono>
+#include <filesystem>
+#include <set>
+#include <string>
+
+#include "base/Argument.h"
+#include "base/Messages.h"
+#include "jobqueue/CCclient.h"
+#include "jobqueue/CCjob.h"
+#include "jobqueue/CCtypes.h"
+#include "tests/support/Services.h"
+
+extern char** environ;
+
+namespace {
+
+constexpr int kBatch = 1000;
+
+std::string directory;
+int server = -1, worker = -1;
+
+void Stop() {
+  SClient_CloseAllConnections();
+  StopService(server);
+  StopService(worker);
+  std::error_code ignored;
+  std::filesystem::remove_all(directory, ignored);
+}
+
+// A private site with the server and a worker of two slots, made once.
+bool Site() {
+  if (!directory.empty()) return server > 0 && worker > 0;
+  std::string pattern = (std::filesystem::temp_directory_path() / "CCqueue_bench-XXXXXX").string();
+  if (::mkdtemp(pattern.data()) == nullptr) std::abort();
+  directory = pattern;
+  for (const char* dir : {"dat", "tmp", "customer"}) std::filesystem::create_directories(directory + "/" + dir);
+  ::setenv("TV_NO_RUN_FILE", "1", 1);
+  ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
+  ::setenv("MARLDAT", (directory + "/dat").c_str(), 1);
+  ::setenv("TMP", (directory + "/tmp").c_str(), 1);
+  ::setenv("TV_CUSTOMER", (directory + "/customer").c_str(), 1);
+  ChoosePort("TV_CCSERVER_PORT");
+  ChoosePort("TV_CCWORKER_PORT");
+  static const char* const args[] = {"CCqueue_bench"};
+  Argument_Init(1, args);
+  Messages_Init();
+  worker = StartService("CCworker", "TV_CCWORKER_PORT", {"-j", "2"});
+  server = StartService("CCserver", "TV_CCSERVER_PORT");
+  std::atexit(Stop);
+  return server > 0 && worker > 0;
+}
+
+void BM_QueueNoopJobs(benchmark::State& state) {
+  if (!Site()) return state.SkipWithError("the queue did not come up");
+  SClient client = CCclient_Connect("", 4000, nullptr);
+  SClient listener = CCclient_ConnectJobListener("");
+  CCclient_SetEventMask(listener, "", "bench");
+  CCclient_TestService(client);
+  for (auto _ : state) {
+    std::set<std::string> open;
+    for (int i = 0; i < kBatch; ++i) {
+      CCjobBase_Job job = CCjob_Create("true");
+      CCjob_SetSubmitter(job, "bench", "");
+      CCjob_SetCpuUsage(job, CCtypes_CpuFree);  // a no-op needs no processor of its own
+      CCclient_SubmitJob(client, job, true);
+      char id[kNameCap];
+      CCjobBase_GetId(job, id);
+      open.insert(StrIn(id).Str());
+      CCjob_Destroy(job);
+    }
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(5);
+    while (!open.empty() && std::chrono::steady_clock::now() < end) {
+      CCclient_AwaitEvent(listener, 1000);
+      CCjobEvent_Event e;
+      while (CCclient_ReceiveJobEvent(listener, e))
+        if (e.removed) open.erase(StrIn(e.id).Str());
+    }
+    if (!open.empty()) return state.SkipWithError("jobs did not end");
+  }
+  state.counters["jobs/s"] = benchmark::Counter(static_cast<double>(state.iterations()) * kBatch,
+                                                benchmark::Counter::kIsRate);
+}
+BENCHMARK(BM_QueueNoopJobs)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+
+// The same number of "sh -c true", one after the other.
+void BM_ShellTrueLoop(benchmark::State& state) {
+  for (auto _ : state) {
+    for (int i = 0; i < kBatch; ++i) {
+      pid_t pid = 0;
+      char sh[] = "sh", c[] = "-c", command[] = "true";
+      char* argv[] = {sh, c, command, nullptr};
+      if (::posix_spawn(&pid, "/bin/sh", nullptr, nullptr, argv, environ) != 0) return state.SkipWithError("spawn");
+      int status = 0;
+      ::waitpid(pid, &status, 0);
+    }
+  }
+  state.counters["jobs/s"] = benchmark::Counter(static_cast<double>(state.iterations()) * kBatch,
+                                                benchmark::Counter::kIsRate);
+}
+BENCHMARK(BM_ShellTrueLoop)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,29 @@
+#include "jobqueue/SService.h"
+
+#include <cstdio>
+
+#include "base/Argument.h"
+#include "base/DirAcces.h"
+#include "base/Messages.h"
+#include "base/Processe.h"
+#include "base/SPrintf.h"
+
+void SService_Start(int argc, const char* const* argv) {
+  Argument_Init(argc, argv);
+  Processe_SetExitStatus(1);
+  Messages_Init();
+  Processe_SetApplicationType(kProcesseDemonType);
+  Processe_Init();
+  DirAcces_Init();
+}
+
+SServer SService_Listen(SProtocol protocol, StrIn address, StrIn owner) {
+  SServer server = SServer_Create(protocol, address);
+  if (server != nullptr) return server;
+  char text[kTextCap];
+  Messages_GetMsg(StrIn(owner), 1, text);
+  SPrintf_Int(text, SProtocol_Port(protocol));
+  std::fprintf(stderr, "%s\n", text);
+  Processe_Exit();
+  return nullptr;
+}

@@ -1,0 +1,57 @@
+// CCqueue: the server's jobs in memory.
+//
+// The actual list holds the jobs that wait or run, in the order they are
+// handed out: higher priority first, then by sequence number (the order of
+// arrival; raising a job gives it a number before all others). The failed
+// list holds the jobs that ended with failure, oldest first, until they are
+// deleted or put back. Every job is found by its id in either list.
+#pragma once
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "jobqueue/CCjobBase.h"
+#include "jobqueue/CCrestrict.h"
+
+struct CCqueue_Entry {
+  CCjobBase_Job job = nullptr;  // owned: one reference
+  std::string id;
+  std::int64_t seq = 0;
+  std::string worker;  // the worker it runs on
+  bool inFailed = false;
+  bool cancelRequested = false;
+  std::chrono::steady_clock::time_point checked{};  // last look at its preconditions
+
+  CCqueue_Entry() = default;
+  CCqueue_Entry(const CCqueue_Entry&) = delete;
+  CCqueue_Entry& operator=(const CCqueue_Entry&) = delete;
+  ~CCqueue_Entry() { CCjobBase_Destroy(job); }
+};
+using CCqueue_Owned = std::unique_ptr<CCqueue_Entry>;
+
+// --- Lists ----------------------------------------------------------------------------
+// Enters a job into the actual list at its place, or at the end of the failed list.
+CCqueue_Entry* CCqueue_Insert(CCqueue_Owned entry);
+// Takes a job out of its list; the caller owns it then.
+CCqueue_Owned CCqueue_Take(CCqueue_Entry* entry);
+// Moves a job of the actual list to its place after its priority or number changed.
+void CCqueue_Reorder(CCqueue_Entry* entry);
+// nil when no job has that id.
+CCqueue_Entry* CCqueue_Find(const std::string& id);
+const std::vector<CCqueue_Entry*>& CCqueue_Actual();
+const std::vector<CCqueue_Entry*>& CCqueue_Failed();
+// Counted from 1 in its list.
+std::int32_t CCqueue_Position(const CCqueue_Entry* entry);
+
+// --- Numbers ------------------------------------------------------------------------------
+// The number for a job that arrives now; numbers grow through restarts.
+std::int64_t CCqueue_NextSeq();
+// Makes the next number come after `seq` (when a recovered job has it).
+void CCqueue_SeenSeq(std::int64_t seq);
+// A number before every job of the actual list.
+std::int64_t CCqueue_FrontSeq();
+
+// The counts of the jobs that run now against each restriction name.
+CCrestrict_Table CCqueue_Restrictions();

@@ -1,0 +1,518 @@
+// The queue end to end: the client against the real CCserver and CCworker
+// (and RMserver for resources), each on a free loopback port of a private
+// site. The services are killed and started again where the tests say so.
+#include "jobqueue/CCclient.h"
+
+#include <arpa/inet.h>
+#include <errno.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "base/Argument.h"
+#include "base/Messages.h"
+#include "jobqueue/CCjob.h"
+#include "jobqueue/CCprotocol.h"
+#include "jobqueue/CCtypes.h"
+#include "jobqueue/SRM.h"
+#include "jobqueue/SServer.h"
+#include "jobqueue/Socket.h"
+#include "tests/support/TestFiles.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+TempDir* site = nullptr;
+int rm = -1, server = -1, worker = -1;
+
+void StartServer() {
+  server = StartService("CCserver", "TV_CCSERVER_PORT");
+  ASSERT_GT(server, 0) << "CCserver did not come up";
+}
+
+void StartWorker() {
+  worker = StartService("CCworker", "TV_CCWORKER_PORT", {"-j", "2"});
+  ASSERT_GT(worker, 0) << "CCworker did not come up";
+}
+
+class Queue : public ::testing::Environment {
+ public:
+  void SetUp() override {
+    site = new TempDir;
+    UsePrivateSite(site->Path());
+    ::unsetenv("CCJOB_EMPLOYER");
+    for (const char* port : {"TV_RMSERVER_PORT", "TV_CCSERVER_PORT", "TV_CCWORKER_PORT"}) ChoosePort(port);
+    static const char* const args[] = {program_invocation_name};
+    Argument_Init(1, args);
+    Messages_Init();
+    rm = StartRMserver();
+    StartWorker();
+    StartServer();
+  }
+  void TearDown() override {
+    SRM_Disconnect();
+    SClient_CloseAllConnections();
+    StopService(server);
+    StopService(worker);
+    StopRMserver(rm);
+    KillLeftJobs();
+    delete site;
+  }
+
+ private:
+  // Jobs outlive their worker; those a failed test left go with the site.
+  static void KillLeftJobs() {
+    std::error_code ignored;
+    const std::string dir = site->Path() + "/dat/CCworker-" + std::string(::getenv("TV_CCWORKER_PORT"));
+    for (const auto& entry : std::filesystem::directory_iterator(dir, ignored)) {
+      std::ifstream record(entry.path());
+      for (std::string line; std::getline(record, line);)
+        if (line.rfind("process ", 0) == 0) ::kill(-std::stoi(line.substr(8)), SIGKILL);
+    }
+  }
+};
+const auto* const queue = ::testing::AddGlobalTestEnvironment(new Queue);
+
+// Waits (generously: the machine is busy) until `done` holds, reading events on the way.
+bool Await(const std::function<bool()>& done, int seconds = 120) {
+  const auto end = Clock::now() + std::chrono::seconds(seconds);
+  while (Clock::now() < end)
+    if (done()) return true;
+  return false;
+}
+
+struct JobEvents {
+  SClient listener = CCclient_ConnectJobListener("");
+  std::map<std::string, std::vector<CCjobEvent_Event>> byJob;
+  explicit JobEvents(const char* submitter) {
+    EXPECT_TRUE(CCclient_SetEventMask(listener, "", StrIn::C(submitter)));
+    EXPECT_TRUE(CCclient_TestService(Client()));  // the mask is set before jobs come
+  }
+  ~JobEvents() { SClient_CloseConn(listener); }
+  static SClient Client() {
+    static SClient conn = CCclient_Connect("", 4000, nullptr);
+    return conn;
+  }
+  void Read() {
+    CCclient_AwaitEvent(listener, 200);
+    CCjobEvent_Event e;
+    while (CCclient_ReceiveJobEvent(listener, e)) byJob[StrIn(e.id).Str()].push_back(e);
+  }
+  // From what was read so far.
+  bool Ended(const std::string& id) {
+    const auto& events = byJob[id];
+    return !events.empty() && events.back().removed;
+  }
+  std::uint8_t Last(const std::string& id) {
+    const auto& events = byJob[id];
+    return events.empty() ? 0 : events.back().status;
+  }
+};
+
+std::string Submit(const std::string& command, const char* submitter, bool async = true,
+                   const std::function<void(CCjobBase_Job)>& adjust = nullptr) {
+  CCjobBase_Job job = CCjob_CreateDS(command);
+  CCjob_SetSubmitter(job, submitter, "addons");
+  if (adjust) adjust(job);
+  EXPECT_TRUE(CCclient_SubmitJob(JobEvents::Client(), job, async));
+  char id[kNameCap];
+  CCjobBase_GetId(job, id);
+  CCjob_Destroy(job);
+  return StrIn(id).Str();
+}
+
+std::vector<std::string> Lines(const std::string& path) {
+  std::ifstream in(path);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+}  // namespace
+
+TEST(Queue, AThousandJobsRunOnceEachInOrderThroughAWorkerRestart) {
+  JobEvents events("thousand");
+  const std::string runs = site->Path() + "/runs";
+  std::vector<std::string> ids;
+  for (int i = 0; i < 1000; ++i) ids.push_back(Submit("echo \"$CCJOB_ID $CCJOB_EMPLOYER\" >> " + runs, "thousand"));
+
+  // Kill the worker in the middle, with jobs on the way, and start another.
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return Lines(runs).size() >= 300;
+  }));
+  StopService(worker, SIGKILL);
+  StartWorker();
+
+  std::size_t ended = 0;
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    ended = 0;
+    for (const std::string& id : ids) ended += events.Ended(id) ? 1 : 0;
+    return ended == ids.size();
+  })) << ended << " of 1000 jobs ended" << [&] {
+    std::string open;
+    for (const std::string& id : ids) {
+      if (events.Ended(id)) continue;
+      CCjobBase_Job job = nullptr;
+      CCclient_GetJobInfos(JobEvents::Client(), id, job);
+      open += "\n" + id + " heard " + std::to_string(events.byJob[id].size()) + " last " +
+              std::to_string(events.Last(id)) + " server: " + CCjobBase_JobToString(job);
+      CCjob_Destroy(job);
+    }
+    return open;
+  }();
+
+  // Each job: added waiting, running (again only if it never started), and
+  // one end as done, after which nothing.
+  for (const std::string& id : ids) {
+    const auto& seen = events.byJob[id];
+    ASSERT_GE(seen.size(), 3U) << id;
+    EXPECT_EQ(seen.front().status, CCtypes_Waiting) << id;
+    for (std::size_t i = 0; i + 1 < seen.size(); ++i) {
+      EXPECT_FALSE(seen[i].removed) << id;
+      EXPECT_TRUE(seen[i].status == CCtypes_Waiting || seen[i].status == CCtypes_Running) << id;
+    }
+    EXPECT_EQ(seen[seen.size() - 2].status, CCtypes_Running) << id;
+    EXPECT_EQ(seen.back().status, CCtypes_Done) << id;
+    EXPECT_EQ(seen.back().submitterAddons, "addons");
+  }
+  // Every command ran exactly once, with its id and employer in its environment.
+  std::multiset<std::string> ran;
+  for (const std::string& line : Lines(runs)) ran.insert(line.substr(0, line.find(' ')));
+  for (const std::string& id : ids) EXPECT_EQ(ran.count(id), 1U) << id;
+  EXPECT_EQ(ran.size(), ids.size());
+  EXPECT_NE(Lines(runs).front().find(' '), std::string::npos);
+  EXPECT_GT(Lines(runs).front().size(), Lines(runs).front().find(' ') + 1) << "CCJOB_EMPLOYER is empty";
+}
+
+TEST(Queue, AResourceHeldElsewhereKeepsAJobWaitingUntilItIsFree) {
+  JobEvents events("resource");
+  const std::string made = site->Path() + "/plate";
+  ASSERT_TRUE(SRM_Reserve("plate-7", true));
+  const std::string id = Submit("touch " + made, "resource", true,
+                                [](CCjobBase_Job job) { CCjob_AddResourcePrecondition(job, "plate-7"); });
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Last(id) == CCtypes_WaitingForPrecond;
+  }));
+  // Looked at again and again, it keeps waiting while the resource is held.
+  EXPECT_FALSE(Await([&] {
+    events.Read();
+    return events.Ended(id);
+  }, 3));
+  EXPECT_FALSE(std::filesystem::exists(made));
+  SRM_Release("plate-7");
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Ended(id);
+  }));
+  EXPECT_EQ(events.Last(id), CCtypes_Done);
+  EXPECT_TRUE(std::filesystem::exists(made));
+
+  // A resource the submitter passes on is the server's until the job ends.
+  ASSERT_TRUE(SRM_Reserve("plate-8", true));
+  const std::string passed = Submit("sleep 2", "resource", false,
+                                    [](CCjobBase_Job job) { CCjob_InheritResource(job, "plate-8"); });
+  EXPECT_EQ(SRM_UseCount("plate-8"), 0) << "the submitter let go";
+  EXPECT_FALSE(SRM_Reserve("plate-8", false)) << "the server holds it for the job";
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Ended(passed);
+  }));
+  ASSERT_TRUE(Await([] { return SRM_Reserve("plate-8", false); }, 30)) << "the job's end gave it back";
+  SRM_Release("plate-8");
+}
+
+TEST(Queue, TheQueueOutlivesAServerRestart) {
+  SClient client = JobEvents::Client();
+  ASSERT_TRUE(CCclient_SetQueueStatus(client, CCtypes_QueueStopped));
+  const std::string out = site->Path() + "/restart";
+  std::vector<std::string> ids;
+  for (int i = 0; i < 3; ++i) ids.push_back(Submit("echo ran >> " + out, "restart", false));
+  StopService(server, SIGKILL);
+  // The crash cut the last record in the middle.
+  const std::string journal =
+      site->Path() + "/dat/CCserver-" + std::string(::getenv("TV_CCSERVER_PORT")) + "/queue.journal";
+  ASSERT_TRUE(std::filesystem::exists(journal));
+  { std::ofstream(journal, std::ios::app) << "J h-9-9-9 99 a - TYPE=Inline STATUS=wai"; }
+  StartServer();
+
+  EXPECT_EQ(CCclient_GetQueueStatus(client), CCtypes_QueueStopped);
+  for (const std::string& id : ids) {
+    CCjobBase_Job job = nullptr;
+    ASSERT_TRUE(CCclient_GetJobInfos(client, id, job)) << id;
+    EXPECT_EQ(CCjobBase_GetStatus(job), CCtypes_Waiting);
+    CCjob_Destroy(job);
+  }
+  CCjobBase_Job none = nullptr;
+  EXPECT_FALSE(CCclient_GetJobInfos(client, "h-9-9-9", none));
+  JobEvents events("restart");
+  ASSERT_TRUE(CCclient_SetQueueStatus(client, CCtypes_QueueRunning));
+  ASSERT_TRUE(Await([&] { return Lines(out).size() == 3; }));
+  EXPECT_FALSE(Await([&] { return Lines(out).size() > 3; }, 1)) << "each ran once";
+}
+
+TEST(Queue, ListenersSeeTheQueueAndFailedJobsStayUntilDeleted) {
+  SClient client = JobEvents::Client();
+  ASSERT_TRUE(CCclient_SetQueueStatus(client, CCtypes_QueueStopped));
+  const std::string failing = Submit("echo oops >&2; exit 3", "listen", false);
+  const std::string fine = Submit("true", "listen", false);
+  SClient listener = CCclient_ConnectListener("");
+  std::vector<CCevent_Event> seen;
+  auto read = [&] {
+    CCclient_AwaitEvent(listener, 200);
+    CCevent_Event e;
+    while (CCclient_ReceiveEvent(listener, e)) seen.push_back(e);
+  };
+  // A new listener hears the queue as it stands, then its workers.
+  ASSERT_TRUE(Await([&] {
+    read();
+    return !seen.empty() && seen.back().type == CCevent_Cluster && seen.back().kind == CCevent_WorkerStatus;
+  }));
+  ASSERT_GE(seen.size(), 6U);
+  EXPECT_EQ(seen[0].kind, CCevent_QueueReset);
+  EXPECT_EQ(seen[1].queueStatus, CCtypes_QueueStopped);
+  std::map<std::string, std::int32_t> position;
+  for (const CCevent_Event& e : seen)
+    if (e.type == CCevent_Job) position[e.id] = e.queuePosition;
+  EXPECT_LT(position[failing], position[fine]);
+  EXPECT_EQ(seen.back().workerStatus, 1);
+
+  // Raised, the second goes first.
+  StrVector ids = StrVector_Create();
+  StrVector_AddElement(ids, fine);
+  ASSERT_TRUE(CCclient_JobCommand(client, 2, ids, false));
+  ASSERT_TRUE(Await([&] {
+    read();
+    for (const CCevent_Event& e : seen)
+      if (e.type == CCevent_Job && e.kind == CCevent_PositionChanged) position[e.id] = e.queuePosition;
+    return position[fine] == 1 && position[failing] == 2;
+  }));
+
+  // The failed job goes to the failed list, with what it said in its error file.
+  ASSERT_TRUE(CCclient_SetQueueStatus(client, CCtypes_QueueRunning));
+  auto failedAdded = [&] {
+    std::size_t count = 0;
+    for (const CCevent_Event& e : seen)
+      count += e.type == CCevent_Job && e.kind == CCevent_JobAdded && e.inFailedQueue && failing == e.id ? 1 : 0;
+    return count;
+  };
+  ASSERT_TRUE(Await([&] {
+    read();
+    return failedAdded() == 1;
+  }));
+  CCjobBase_Job job = nullptr;
+  ASSERT_TRUE(CCclient_GetJobInfos(client, failing, job));
+  EXPECT_EQ(CCjobBase_GetStatus(job), CCtypes_Failed);
+  char errorFile[kPathCap];
+  CCjobBase_GetErrorFilename(job, errorFile);
+  EXPECT_EQ(FileText(errorFile), "oops\n");
+  CCjob_Destroy(job);
+
+  // Put back, it runs (and fails) again; deleted, it is gone.
+  StrVector_Destroy(ids);
+  ids = StrVector_Create();
+  StrVector_AddElement(ids, failing);
+  ASSERT_TRUE(CCclient_JobCommand(client, 0, ids, true));
+  ASSERT_TRUE(Await([&] {
+    read();
+    return failedAdded() == 2;
+  }));
+  ASSERT_TRUE(CCclient_JobCommand(client, 1, ids, true));
+  ASSERT_TRUE(Await([&] {
+    read();
+    return seen.back().type == CCevent_Job && seen.back().kind == CCevent_JobRemoved && seen.back().inFailedQueue;
+  }));
+  EXPECT_FALSE(CCclient_GetJobInfos(client, failing, job));
+  StrVector_Destroy(ids);
+  SClient_CloseConn(listener);
+}
+
+TEST(Queue, RunningJobsEndWhenDeletedAndAtTheirTimeOut) {
+  JobEvents events("cancel");
+  const std::string deleted = Submit("sleep 60", "cancel");
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Last(deleted) == CCtypes_Running;
+  }));
+  StrVector ids = StrVector_Create();
+  StrVector_AddElement(ids, deleted);
+  ASSERT_TRUE(CCclient_JobCommand(JobEvents::Client(), 1, ids, false));
+  StrVector_Destroy(ids);
+  const std::string late = Submit("sleep 60", "cancel", true, [](CCjobBase_Job job) { CCjobBase_SetTimeout(job, 1); });
+  // Both end well before their commands would.
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Ended(deleted) && events.Ended(late);
+  }, 40));
+  EXPECT_EQ(events.Last(deleted), CCtypes_Canceled);
+  EXPECT_EQ(events.Last(late), CCtypes_Canceled);
+}
+
+TEST(Queue, AJobWhoseShellDiedWithItsWorkerIsReportedFailed) {
+  JobEvents events("orphan");
+  const std::string id = Submit("sleep 60", "orphan");
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Last(id) == CCtypes_Running;
+  }));
+  // Worker and job are killed together: nobody can tell how the job went.
+  const std::string record =
+      site->Path() + "/dat/CCworker-" + std::string(::getenv("TV_CCWORKER_PORT")) + "/" + id + ".job";
+  int process = 0;
+  ASSERT_TRUE(Await([&] {
+    for (const std::string& line : Lines(record))
+      if (line.rfind("process ", 0) == 0) process = std::stoi(line.substr(8));
+    return process > 0;
+  }, 30));
+  StopService(worker, SIGKILL);
+  ::kill(-process, SIGKILL);
+  StartWorker();
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    return events.Ended(id);
+  }));
+  EXPECT_EQ(events.Last(id), CCtypes_Failed);
+  CCjobBase_Job job = nullptr;
+  ASSERT_TRUE(CCclient_GetJobInfos(JobEvents::Client(), id, job));
+  char errorFile[kPathCap];
+  CCjobBase_GetErrorFilename(job, errorFile);
+  char expected[kTextCap];
+  Messages_GetMsg("CCworker", 4, expected);
+  EXPECT_NE(FileText(errorFile).find(StrIn(expected).Str()), std::string::npos);
+  CCjob_Destroy(job);
+}
+
+TEST(Queue, BadRequestsAndDyingClientsLeaveTheServerServing) {
+  SClient client = JobEvents::Client();
+  // Bytes of no request at all: the server drops that line and goes on.
+  const int raw = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(::getenv("TV_CCSERVER_PORT"))));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  ASSERT_EQ(::connect(raw, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  const char garbage[] = "A\x7f\xff\xff\xffZZZZ\nGET / HTTP/1.0\r\n\r\n";
+  ASSERT_GT(::write(raw, garbage, sizeof garbage), 0);
+  ::close(raw);
+
+  // A job text that is none is refused, or told to the listeners.
+  SReqObj params = SReqObj_CreateArray();
+  SReqObj_Append(params, SReqObj_CreateString("NOT A JOB"));
+  EXPECT_FALSE(SClient_Send(client, CCprotocol_SUBMIT_JOB, params, nullptr));
+  EXPECT_EQ(SClient_ErrorCode(client), 2);
+  SClient listener = CCclient_ConnectListener("");
+  params = SReqObj_CreateArray();
+  SReqObj_Append(params, SReqObj_CreateString("NOT A JOB EITHER"));
+  EXPECT_TRUE(SClient_Send(client, CCprotocol_ASYNC_SUBMIT_JOB, params, nullptr));
+  bool told = false;
+  ASSERT_TRUE(Await([&] {
+    CCclient_AwaitEvent(listener, 200);
+    CCevent_Event e;
+    while (CCclient_ReceiveEvent(listener, e)) told = told || (e.type == CCevent_Error && e.errorNumber == 2);
+    return told;
+  }));
+  SClient_CloseConn(listener);
+
+  // A client that is gone before its job ran does not take the job along.
+  const std::string out = site->Path() + "/orphaned";
+  const pid_t child = ::fork();
+  if (child == 0) {
+    SClient conn = CCclient_Connect("", 4000, nullptr);
+    CCjobBase_Job job = CCjob_CreateDS("sleep 1; echo done > " + out);
+    ::_exit(CCclient_SubmitJob(conn, job, true) ? 0 : 1);
+  }
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  ASSERT_EQ(WEXITSTATUS(status), 0);
+  ASSERT_TRUE(Await([&] { return FileText(out) == "done\n"; }));
+  EXPECT_TRUE(CCclient_TestService(client));
+}
+
+TEST(Queue, RestrictionsLetNoMoreRunTogetherThanTheirLimit) {
+  JobEvents events("serial");
+  const std::string log = site->Path() + "/serial";
+  std::vector<std::string> ids;
+  for (int i = 0; i < 4; ++i) {
+    CCjobBase_Job job = CCjob_CreateDS("echo start >> " + log + "; sleep 0.3; echo end >> " + log);
+    CCjob_SetSubmitter(job, "serial", "");
+    CCjob_AddExecutionLimit(job, 1, "one at a time");
+    ASSERT_TRUE(CCjob_Submit(job));
+    char id[kNameCap];
+    CCjobBase_GetId(job, id);
+    ids.push_back(StrIn(id).Str());
+    CCjob_Destroy(job);
+  }
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    for (const std::string& id : ids)
+      if (!events.Ended(id)) return false;
+    return true;
+  }));
+  const std::vector<std::string> lines = Lines(log);
+  ASSERT_EQ(lines.size(), 8U);
+  for (std::size_t i = 0; i < lines.size(); ++i) EXPECT_EQ(lines[i], i % 2 == 0 ? "start" : "end") << i;
+}
+
+// A server of an older kind knows the first versions of PEEK_JOB and
+// JOB_FINISHED only; the client speaks them to it.
+TEST(Queue, ClientsFallBackToTheRequestsAnOlderServerKnows) {
+  Socket probe = Socket_Listen("127.0.0.1", 0, 256);
+  const std::uint16_t port = Socket_LocalPort(probe);
+  Socket_Close(probe);
+  int pipe[2];
+  ASSERT_EQ(::pipe(pipe), 0);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    SProtocol old = SProtocol_Create(port, 4096, "CCserver");
+    SProtocol_SetPort(old, port);  // whatever TV_CCSERVER_PORT says
+    const int peek = SProtocol_DefineRequest(old, "PEEK_JOB", 1, 2, true);
+    SProtocol_SetParameter(old, peek, 0, SReqObj_Type::String, "hostname");
+    SProtocol_SetParameter(old, peek, 1, SReqObj_Type::Integer, "jobTypes");
+    const int finished = SProtocol_DefineRequest(old, "JOB_FINISHED", 1, 4, true);
+    for (int i : {0, 1, 3}) SProtocol_SetParameter(old, finished, i, SReqObj_Type::String, "text");
+    SProtocol_SetParameter(old, finished, 2, SReqObj_Type::Integer, "status", 7);
+    SServer s = SServer_Create(old, "127.0.0.1");
+    if (::write(pipe[1], "x", 1) != 1 || s == nullptr) ::_exit(3);
+    std::string heard;
+    for (int n = 0; n < 2;) {
+      SServer_Request r;
+      if (!SServer_Next(s, 10000, r)) ::_exit(4);
+      SReqObj results = SReqObj_CreateArray();
+      if (r.request == peek) SReqObj_Append(results, SReqObj_CreateString("TYPE=Inline ID=a-b-c-d INLINE_CMD=x"));
+      else heard = std::to_string(SReqObj_GetInteger(SReqObj_Element(r.params, 2)));
+      SServer_Reply(r.conn, results);
+      SReqObj_Destroy(r.params);
+      ++n;
+    }
+    ::_exit(heard == "2" ? 0 : 5);  // running is 2 in the first version's numbers
+  }
+  char ready = 0;
+  ASSERT_EQ(::read(pipe[0], &ready, 1), 1);
+  SClient conn = CCclient_ConnectPort("127.0.0.1", port, 4000, nullptr);
+  CCjobBase_Job job = CCclient_PeekJob(conn, "w", CCtypes_AllCpuUsages);
+  char error[kTextCap];
+  SClient_GetError(conn, error);
+  ASSERT_NE(job, nullptr) << error;
+  EXPECT_EQ(CCjobBase_GetInlineCmd(job), "x");
+  CCjob_Destroy(job);
+  EXPECT_TRUE(CCclient_InformJobFinished(conn, "w", "a-b-c-d", CCtypes_Running, 0, ""));
+  SClient_CloseConn(conn);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+}

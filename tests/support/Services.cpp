@@ -1,0 +1,80 @@
+#include "tests/support/Services.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace {
+
+sockaddr_in Loopback(std::uint16_t port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  return address;
+}
+
+bool Accepts(std::uint16_t port) {
+  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  const sockaddr_in address = Loopback(port);
+  const bool connected = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+  ::close(fd);
+  return connected;
+}
+
+}  // namespace
+
+void ChoosePort(const std::string& portVariable) {
+  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address = Loopback(0);
+  socklen_t length = sizeof address;
+  if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+      ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+    throw std::runtime_error("no free loopback port");
+  ::close(fd);
+  ::setenv(portVariable.c_str(), std::to_string(ntohs(address.sin_port)).c_str(), 1);
+}
+
+int StartService(const std::string& program, const std::string& portVariable, const std::vector<std::string>& args,
+                 const std::vector<std::pair<std::string, std::string>>& env) {
+  const std::string path = FLOATDECK_BINARY_DIR "/bin/" + program;
+  std::vector<std::string> argv = {program, "-b", "127.0.0.1"};
+  argv.insert(argv.end(), args.begin(), args.end());
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    for (const auto& [name, value] : env) ::setenv(name.c_str(), value.c_str(), 1);
+    std::vector<char*> pointers;
+    for (std::string& a : argv) pointers.push_back(a.data());
+    pointers.push_back(nullptr);
+    ::execv(path.c_str(), pointers.data());
+    ::_exit(127);
+  }
+  const auto port = static_cast<std::uint16_t>(std::stoi(::getenv(portVariable.c_str())));
+  // A loaded machine may take its time to start a sanitised program.
+  for (int i = 0; i < 1500; ++i, ::usleep(20 * 1000)) {
+    if (Accepts(port)) return pid;
+    if (::waitpid(pid, nullptr, WNOHANG) == pid) return -1;
+  }
+  int ignored = pid;
+  StopService(ignored);
+  return -1;
+}
+
+void StopService(int& pid, int signal) {
+  if (pid <= 0) return;
+  ::kill(pid, signal);
+  ::waitpid(pid, nullptr, 0);
+  pid = -1;
+}
+
+void ChooseRMserverPort() { ChoosePort("TV_RMSERVER_PORT"); }
+int StartRMserver(const std::vector<std::pair<std::string, std::string>>& env) {
+  return StartService("RMserver", "TV_RMSERVER_PORT", {}, env);
+}
+void StopRMserver(int& pid) { StopService(pid); }

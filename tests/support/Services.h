@@ -1,0 +1,25 @@
+// Starting and stopping the suite's services for tests and benchmarks: each
+// on a free loopback port of its own, from the build tree.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+// A free loopback port, published in the variable `portVariable`
+// (TV_RMSERVER_PORT, TV_CCSERVER_PORT, ...).
+void ChoosePort(const std::string& portVariable);
+// Starts the build tree's service `program` bound to 127.0.0.1 on the port
+// in `portVariable`, with `args` behind and `env` added to its environment,
+// and waits until it accepts connections. The process id, or -1 when it did
+// not come up.
+int StartService(const std::string& program, const std::string& portVariable,
+                 const std::vector<std::string>& args = {},
+                 const std::vector<std::pair<std::string, std::string>>& env = {});
+// Ends it with `signal` and waits for it; -1 is ignored and the id becomes -1.
+void StopService(int& pid, int signal = 15);
+
+// The resource manager on the port of TV_RMSERVER_PORT.
+void ChooseRMserverPort();
+int StartRMserver(const std::vector<std::pair<std::string, std::string>>& env = {});
+void StopRMserver(int& pid);
