@@ -11,6 +11,7 @@
 #include "base/Processe.h"
 #include "base/SPrintf.h"
 #include "base/StringOp.h"
+#include "distribution/RWbase.h"
 #include "rc/SrcFile.h"
 #include "workflow/WFbase.h"
 #include "workflow/WFdebug.h"
@@ -44,6 +45,7 @@ void InitModules() {
   DirAcces_Init();
   SrcFile_Init();  // the "[global]" settings are there before anything else reads them
   WFbase_Init();
+  RWbase_Init();  // the remote watch joins every install and removal
   WFdebug_Init();
 }
 
