@@ -124,13 +124,14 @@ struct Applier {
   // Depth first from the start: a folder met again on its own road closes a
   // loop; a folder never met is not reached.
   bool Walk(std::size_t index, std::vector<int>& state) {
-    if (index == nodes.size() || state[index] == 2) return true;
     const WFdesc_Folder& line = *nodes[index].line;
-    if (state[index] == 1) return Fail(line.line, kLoop, line.name);
     state[index] = 1;
     for (const WFdesc_Name& out : line.outs) {
       std::size_t next = 0;
-      if (!Out(line, out, next) || !Walk(next, state)) return false;
+      if (!Out(line, out, next)) return false;
+      if (next == nodes.size() || state[next] == 2) continue;
+      if (state[next] == 1) return Fail(line.line, kLoop, line.name);
+      if (!Walk(next, state)) return false;
     }
     state[index] = 2;
     return true;
@@ -173,7 +174,23 @@ struct Applier {
     return nullptr;
   }
 
-  // A new folder in a directory nobody uses yet.
+  // Whether `path` is free for a new folder: not there, or an empty
+  // directory that a failed install left behind.
+  static bool Free(StrIn path) {
+    DirAcces_Stat stat;
+    if (!Messages_Quietly([&] { return DirAcces_LFileStatN(path, stat); })) return true;
+    if (!stat.isDirectory) return false;
+    bool empty = true;
+    Messages_Quietly([&] {
+      DirAcces_DirHandle dir = DirAcces_OpenDir(path);
+      for (NameStr name; empty && DirAcces_GetDirEntry(dir, name);) empty = name[0] == '.';
+      DirAcces_CloseDir(dir);
+      return true;
+    });
+    return empty;
+  }
+
+  // A new folder in a directory nobody uses.
   WFfolder Create(const Node& node) {
     const WFconfig_Entry* entry = WFfolder_UserDefKind(node.kind) ? &node.component : nullptr;
     PathStr path;
@@ -182,12 +199,10 @@ struct Applier {
     NameStr name;
     WFbase_GetName(workflow, name);
     WFbase_SplitFolderPath(name, path, number);
-    while (node.kind != kDeleteKind && DirAcces_LastModified(path) >= 0) {
+    while (node.kind != kDeleteKind && !Free(path)) {
       WFbase_BuildFolderPathExt(workflow, node.kind, entry, ++number, path);
     }
-    WFfolder folder = WFbase_CreateFolder(workflow, node.kind, SAutoRcF_Create(), path, false);
-    WFfolder_SetDefaultParams(folder);
-    return folder;
+    return WFbase_CreateFolder(workflow, node.kind, SAutoRcF_Create(), path, false);
   }
 
   void Label(WFfolder folder, StrIn label) {
@@ -196,38 +211,78 @@ struct Applier {
     WFfolder_SetModified(folder, true);
   }
 
-  bool StartParam(WFfolder folder, const WFdesc_Folder& line, const WFdesc_Param& param) {
-    if (Strings_Equal(param.key, WFbase_optMode)) {
-      std::uint32_t mode = 0;
+  // The start folder's transfer mode and start directory go through the
+  // workflow: without a parameter they are 0 and the default directory.
+  bool StartParams(WFfolder folder, const WFdesc_Folder& line) {
+    std::uint32_t mode = 0;
+    PathStr startDir;
+    WFfolder_GetPath(folder, startDir);
+    for (const WFdesc_Param& param : line.params) {
+      if (Strings_Equal(param.key, WFbase_optStartDir)) Strings_Assign(param.value, startDir);
+      if (!Strings_Equal(param.key, WFbase_optMode)) continue;
       NameStr text;
       Strings_Assign(param.value, text);
       if (!BConvert_StrToCard(text, mode) || !StrIn(text).Empty() || mode > kMaxTransferMode) {
         return Fail(line.line, kBadTransfer, param.value);
       }
-      if (WFbase_GetStartTransferMode(workflow) != mode) {
-        WFbase_SetStartTransferMode(workflow, static_cast<std::uint8_t>(mode));
-      }
-      return true;
+    }
+    if (WFbase_GetStartTransferMode(workflow) != mode) {
+      WFbase_SetStartTransferMode(workflow, static_cast<std::uint8_t>(mode));
     }
     PathStr current;
     WFfolder_GetStringOptDef(folder, WFbase_optStartDir, "", current);
-    if (Strings_Equal(current, param.value)) return true;
-    return WFbase_SetStartDir(workflow, param.value, false) ||
-           Fail(line.line, kStartDirInUse, param.value);
+    if (Strings_Equal(current, startDir) || WFbase_SetStartDir(workflow, startDir, false)) return true;
+    return Fail(line.line, kStartDirInUse, startDir);
   }
 
+  // What the workflow keeps itself, whatever a description says: the
+  // reserved keys, and the start folder's options of the whole workflow.
+  static bool Kept(bool start, const std::string& key) {
+    if (key.empty() || key[0] == '_') return true;
+    if (!start) return false;
+    for (const char* own : {WFbase_optStartDir, WFbase_optMode, WFbase_optDoSync, WFbase_optSyncSlaves,
+                            WFbase_optLocked}) {
+      if (key == own) return true;
+    }
+    return key.starts_with(WFbase_optOverwriteInEnd);
+  }
+
+  // The rc becomes the kind's defaults with the description's parameters
+  // over them; anything else goes, except what the workflow keeps.
   bool Params(const Node& node) {
+    const bool start = node.kind == kWFfolderStart;
+    if (start && !StartParams(node.folder, *node.line)) return false;
+    std::map<std::string, std::string> wanted;
     for (const WFdesc_Param& param : node.line->params) {
-      if (node.kind == kWFfolderStart && (Strings_Equal(param.key, WFbase_optMode) ||
-                                          Strings_Equal(param.key, WFbase_optStartDir))) {
-        if (!StartParam(node.folder, *node.line, param)) return false;
-        continue;
+      const std::string key = StrIn(param.key).Str();
+      if (!start || !Kept(true, key)) wanted[key] = StrIn(param.value).Str();
+    }
+    PathStr path;
+    WFfolder_GetPath(node.folder, path);
+    WFfolder model = WFfolder_Create(node.kind, path, SAutoRcF_Create());
+    WFfolder_SetDefaultParams(model);
+    const auto options = [](WFfolder folder) {
+      std::vector<std::pair<std::string, std::string>> all;
+      NameStr key;
+      TextStr value;
+      SAutoRcF rc = WFfolder_RcFile(folder);
+      for (bool more = SAutoRcF_GetFirstOpt(rc, key, value); more; more = SAutoRcF_GetNextOpt(rc, key, value)) {
+        all.emplace_back(StrIn(key).Str(), StrIn(value).Str());
       }
+      return all;
+    };
+    for (const auto& [key, value] : options(model)) {
+      if (!Kept(start, key)) wanted.emplace(key, value);
+    }
+    WFfolder_Destroy(model);
+    for (const auto& [key, value] : wanted) {
       TextStr current;
-      const bool has = SAutoRcF_GetOpt(WFfolder_RcFile(node.folder), param.key, current);
-      if (!has || !Strings_Equal(current, param.value)) {
-        WFfolder_SetStringOpt(node.folder, param.key, param.value);
+      if (!SAutoRcF_GetOpt(WFfolder_RcFile(node.folder), key, current) || current != value) {
+        WFfolder_SetStringOpt(node.folder, key, value);
       }
+    }
+    for (const auto& [key, value] : options(node.folder)) {
+      if (wanted.count(key) == 0 && !Kept(start, key)) WFfolder_UnsetOpt(node.folder, key);
     }
     return true;
   }
