@@ -152,7 +152,13 @@ struct Parser {
 
 }  // namespace
 
-void WFdesc_Init() { WFbase_Init(); }
+void WFdesc_Init() {
+  static bool done = false;
+  if (done) return;
+  done = true;
+  WFbase_Init();
+  Messages_UseMsgCat("WFINSTALLmsg");
+}
 
 bool WFdesc_ValidWorkflowName(StrIn name) {
   const std::string_view text = name.View();

@@ -69,7 +69,7 @@ struct WFdesc_Error {
   char text[kTextCap] = "";
 };
 
-// Starts WFbase; once.
+// Starts WFbase and opens the catalog of the messages; once.
 void WFdesc_Init();
 
 // Reads `length` bytes at `text` into `description`. False with the first
