@@ -21,7 +21,7 @@ constexpr unsigned kUnknownKind = 1;     // with the kind
 constexpr unsigned kUnknownOut = 4;      // with the name
 constexpr unsigned kNoStart = 10;
 constexpr unsigned kSecondStart = 11;
-constexpr unsigned kOutCount = 12;       // with the name and two counts
+constexpr unsigned kOutCount = 12;       // with the name, the outs given and those taken
 constexpr unsigned kLoop = 13;           // with the name
 constexpr unsigned kUnreached = 14;      // with the name
 constexpr unsigned kStartAsOut = 15;     // with the name
@@ -89,7 +89,7 @@ struct Applier {
       if (node.kind == 0) return Fail(line.line, kUnknownKind, line.kind);
       node.isEnd = node.kind == kWFfolderEnd;
       if (node.isEnd && !line.outs.empty()) {
-        return Fail(line.line, kOutCount, line.name, 0, static_cast<std::int64_t>(line.outs.size()));
+        return Fail(line.line, kOutCount, line.name, static_cast<std::int64_t>(line.outs.size()), 0);
       }
       if (node.isEnd && !line.params.empty()) return Fail(line.line, kUnexpected, line.params[0].key);
       if (node.kind == kWFfolderStart) {
@@ -293,7 +293,7 @@ struct Applier {
     const WFdesc_Folder& line = *node.line;
     const std::uint32_t count = WFfolder_OutdirCount(node.folder);
     if (count != line.outs.size()) {
-      return Fail(line.line, kOutCount, line.name, count, static_cast<std::int64_t>(line.outs.size()));
+      return Fail(line.line, kOutCount, line.name, static_cast<std::int64_t>(line.outs.size()), count);
     }
     for (std::uint32_t index = 1; index <= kWFfolderMaxOuts; ++index) {
       std::size_t target = nodes.size();

@@ -136,8 +136,8 @@ TEST_F(WFdescApply, MeaningFaults) {
   EXPECT_EQ(Apply("rename r -> s\nstart s -> r\n"), "1: The start folder cannot be an out of r.");
   EXPECT_EQ(Apply("start s -> d\ndelete d\ndelete e\n"), "3: Only one folder of kind delete fits in a workflow: all workflows share its directory.");
   EXPECT_EQ(Apply("start s -> outdir MODE=7\n"), "1: The transfer mode 7 is not a number from 0 to 3.");
-  EXPECT_EQ(Apply("start s -> e\nend e -> outdir\n"), "2: The folder e needs 0 outs, not 1.");
-  EXPECT_EQ(Apply("start s -> e\nsort e -> outdir\n"), "2: The folder e needs 0 outs, not 1.");
+  EXPECT_EQ(Apply("start s -> e\nend e -> outdir\n"), "2: The folder e is given 1 outs, but its kind and mode take 0.");
+  EXPECT_EQ(Apply("start s -> e\nsort e -> outdir\n"), "2: The folder e is given 1 outs, but its kind and mode take 0.");
   EXPECT_EQ(Apply("start s -> outdir\n\"jaws rip\" j\n"), "2: The folder j is not reached from the start folder.");
 }
 
