@@ -247,31 +247,36 @@ struct Applier {
     return key.starts_with(WFbase_optOverwriteInEnd);
   }
 
-  // The rc becomes the kind's defaults with the description's parameters
-  // over them; anything else goes, except what the workflow keeps.
+  static std::vector<std::pair<std::string, std::string>> Options(WFfolder folder) {
+    std::vector<std::pair<std::string, std::string>> all;
+    NameStr key;
+    TextStr value;
+    SAutoRcF rc = WFfolder_RcFile(folder);
+    for (bool more = SAutoRcF_GetFirstOpt(rc, key, value); more; more = SAutoRcF_GetNextOpt(rc, key, value)) {
+      all.emplace_back(StrIn(key).Str(), StrIn(value).Str());
+    }
+    return all;
+  }
+
+  // The rc becomes what a new folder of the kind would hold with the
+  // description's parameters and outs (a model made on the side tells, also
+  // the out keys that some kinds keep under names of their own); anything
+  // else goes, except what the workflow keeps.
   bool Params(const Node& node) {
     const bool start = node.kind == kWFfolderStart;
     if (start && !StartParams(node.folder, *node.line)) return false;
-    std::map<std::string, std::string> wanted;
-    for (const WFdesc_Param& param : node.line->params) {
-      const std::string key = StrIn(param.key).Str();
-      if (!start || !Kept(true, key)) wanted[key] = StrIn(param.value).Str();
-    }
     PathStr path;
     WFfolder_GetPath(node.folder, path);
     WFfolder model = WFfolder_Create(node.kind, path, SAutoRcF_Create());
     WFfolder_SetDefaultParams(model);
-    const auto options = [](WFfolder folder) {
-      std::vector<std::pair<std::string, std::string>> all;
-      NameStr key;
-      TextStr value;
-      SAutoRcF rc = WFfolder_RcFile(folder);
-      for (bool more = SAutoRcF_GetFirstOpt(rc, key, value); more; more = SAutoRcF_GetNextOpt(rc, key, value)) {
-        all.emplace_back(StrIn(key).Str(), StrIn(value).Str());
-      }
-      return all;
-    };
-    for (const auto& [key, value] : options(model)) {
+    for (const WFdesc_Param& param : node.line->params) WFfolder_SetStringOpt(model, param.key, param.value);
+    for (std::size_t index = 1; index <= node.line->outs.size() && index <= kWFfolderMaxOuts; ++index) {
+      std::size_t target = nodes.size();
+      Out(*node.line, node.line->outs[index - 1], target);
+      WFfolder_SetOutFolder(model, static_cast<std::uint32_t>(index), FolderOf(target));
+    }
+    std::map<std::string, std::string> wanted;
+    for (const auto& [key, value] : Options(model)) {
       if (!Kept(start, key)) wanted.emplace(key, value);
     }
     WFfolder_Destroy(model);
@@ -281,7 +286,7 @@ struct Applier {
         WFfolder_SetStringOpt(node.folder, key, value);
       }
     }
-    for (const auto& [key, value] : options(node.folder)) {
+    for (const auto& [key, value] : Options(node.folder)) {
       if (wanted.count(key) == 0 && !Kept(start, key)) WFfolder_UnsetOpt(node.folder, key);
     }
     return true;
@@ -299,7 +304,14 @@ struct Applier {
       std::size_t target = nodes.size();
       if (index <= count && !Out(line, line.outs[index - 1], target)) return false;
       WFfolder wanted = index <= count ? FolderOf(target) : nullptr;
-      if (WFfolder_OutFolder(node.folder, index) != wanted) WFfolder_SetOutFolder(node.folder, index, wanted);
+      // Linked in memory, and named so in the rc.
+      PathStr stored, path;
+      WFfolder_GetPath(wanted, path);
+      const bool same = WFfolder_OutFolder(node.folder, index) == wanted &&
+                        (wanted == nullptr || (WFfolder_GetOutdir(WFfolder_RcFile(node.folder), node.kind, index,
+                                                                  stored) &&
+                                               Strings_Equal(stored, path)));
+      if (!same) WFfolder_SetOutFolder(node.folder, index, wanted);
     }
     return true;
   }
@@ -316,7 +328,8 @@ struct Applier {
     outdir = WFbase_FindFolder(workflow, outdirPath);
     if (outdir == nullptr) outdir = WFbase_CreateInvisibleEnd(workflow);
     taken.insert(outdir);
-    // Each folder found again or made, then its parameters and outs.
+    // Each folder found again or made; then, with all of them there, the
+    // parameters and outs of each.
     for (std::size_t i = 0; i < nodes.size(); ++i) {
       Node& node = nodes[i];
       if (node.isEnd) continue;
@@ -328,10 +341,9 @@ struct Applier {
         if (node.folder == nullptr) node.folder = Create(node);
         Label(node.folder, node.line->name);
       }
-      if (!Params(node)) return false;
     }
     for (const Node& node : nodes) {
-      if (!node.isEnd && !Outs(node)) return false;
+      if (!node.isEnd && !(Params(node) && Outs(node))) return false;
     }
     // What the description no longer has goes at the install.
     for (WFfolder folder : old) {

@@ -22,7 +22,8 @@ namespace {
 
 char section[kSectionCap] = "WFbase";
 
-// messages: WFbase 12 40 41
+// messages: WFbase 2 12 40 41
+constexpr unsigned kStartDirNotMade = 2;       // with the path
 constexpr unsigned kRemoteWatchNotSaved = 12;  // with the reason
 constexpr unsigned kForeignNotMoved = 40;      // with both paths
 constexpr unsigned kEndNotMade = 41;           // with the path
@@ -293,7 +294,10 @@ bool WFbase_InstallStartFolder(WFbase workflow, WFfolder folder) {
   // 3. Somewhere else: the old directory or link goes.
   if (exists && !WFbase_RemoveHotfolder(workflow, folder)) return false;
   // 4. A new start directory.
-  if (!WFbase_InstallStartDir(workflow, folder)) return false;
+  if (!WFbase_InstallStartDir(workflow, folder)) {
+    WFbase_Message(section, kStartDirNotMade, path);
+    return false;
+  }
   FolderEntry(workflow, folder);
   return true;
 }
@@ -303,6 +307,8 @@ bool WFbase_InstallStartDir(WFbase workflow, WFfolder folder) {
   const std::string path = PathOf(folder);
   PathStr startDir;
   WFfolder_GetStringOptDef(folder, WFbase_optStartDir, "", startDir);
+  WFbase_RefreshWfDir();
+  if (!AutoMisc_RootExists(WFbase_wfDir)) return false;
   if (!StrIn(startDir).Empty() && Trimmed(StrIn(startDir).Str()) != Trimmed(path)) {
     // 1. A link to a directory elsewhere, which is made if it is missing.
     if (!AutoMisc_RootExists(startDir)) return false;
@@ -314,10 +320,7 @@ bool WFbase_InstallStartDir(WFbase workflow, WFfolder folder) {
     }
   } else {
     // 2. The directory below the workflow root.
-    WFbase_RefreshWfDir();
-    if (!AutoMisc_RootExists(WFbase_wfDir) || !AutoMisc_NewAutofolder(WFbase_wfDir, workflow->name)) {
-      return false;
-    }
+    if (!AutoMisc_NewAutofolder(WFbase_wfDir, workflow->name)) return false;
     if (transaction != nullptr) transaction->newFolders.insert(folder);
   }
   // 3. Its end and error directories, 4. the rc.

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <set>
@@ -21,8 +22,11 @@ namespace {
 std::string site;
 pid_t parent = 0;
 
-void Check(bool condition) {
-  if (!condition) std::abort();
+// Tells which property failed (seen with --verbose), then crashes.
+void Check(bool condition, int line = __builtin_LINE()) {
+  if (condition) return;
+  std::fprintf(stderr, "WFdesc_fuzz: the check in line %d failed\n", line);
+  std::abort();
 }
 
 void RemoveSite() {

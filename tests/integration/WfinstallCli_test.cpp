@@ -205,6 +205,23 @@ TEST_F(Wfinstall, FoldersTakenOutAreDeletedUnlessTheyHoldFiles) {
   EXPECT_EQ(Tool({"-r", "sample"}).status, 1) << "gone";
 }
 
+TEST_F(Wfinstall, KindsThatKeepTheirOutsUnderOwnNamesInstallOnceAndReadBack) {
+  const std::string every =
+      "workflow every\n"
+      "start s -> sw MODE=2 STARTDIR=\"" + site.Path() + "/hot folder\"\n"
+      "switch sw -> j r MODE=3 OUTDIRCOUNT=2 INKRANGES=\"0,50,100\"\n"
+      "\"Jaws Rip\" j -> outdir\n"
+      "rip r -> outdir p CMPLXMODE=4\n"
+      "\"PDF Preflight\" p -> outdir outdir MODE=1\n";
+  const RunResult first = Install(every);
+  ASSERT_EQ(first.status, 0) << first.err;
+  const std::string dump = Dump("every");
+  EXPECT_EQ(std::count(dump.begin(), dump.end(), '\n'), 8) << dump;
+  EXPECT_TRUE(Has(dump, "[1] START: " + site.Path() + "/hot folder --> [2]")) << dump;
+  const RunResult again = Install(every);
+  EXPECT_TRUE(Has(again.out, "nothing was to change")) << again.out << again.err;
+}
+
 TEST_F(Wfinstall, BadDescriptionsNameTheirLineAndWriteNothing) {
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"start s -> x\n", "line 1: No folder of the description is named x."},
