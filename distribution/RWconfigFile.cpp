@@ -202,6 +202,13 @@ bool SaveConfig(StrIn name, RWconfig config, StrOut error) {
   return true;
 }
 
+// Clears `error`; a nil configuration is message 1.
+bool Present(RWconfig config, StrOut error) {
+  error.Clear();
+  if (config == nullptr) RWconfig_Compose(kNilConfig, error);
+  return config != nullptr;
+}
+
 bool SameFile(const RWconfig_FileID& a, const RWconfig_FileID& b) {
   return a.exists == b.exists && a.device == b.device && a.inode == b.inode && a.size == b.size &&
          a.modified == b.modified;
@@ -255,11 +262,7 @@ bool RWconfig_Load(RWconfig& config, StrOut error) {
 }
 
 bool RWconfig_Reload(RWconfig config, StrOut error) {
-  error.Clear();
-  if (config == nullptr) {
-    RWconfig_Compose(kNilConfig, error);
-    return false;
-  }
+  if (!Present(config, error)) return false;
   PathStr name;
   RWconfig_GetFileName(name);
   RWconfig_FileID now;
@@ -275,11 +278,7 @@ bool RWconfig_Reload(RWconfig config, StrOut error) {
 }
 
 bool RWconfig_Save(RWconfig config, StrOut error) {
-  error.Clear();
-  if (config == nullptr) {
-    RWconfig_Compose(kNilConfig, error);
-    return false;
-  }
+  if (!Present(config, error)) return false;
   PathStr name, lockName;
   RWconfig_GetFileName(name);
   RWconfig_GetLockName(lockName);

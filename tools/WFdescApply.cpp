@@ -11,6 +11,7 @@
 #include "base/Messages.h"
 #include "base/SPrintf.h"
 #include "tools/WFdesc.h"
+#include "workflow/AutoMisc.h"
 
 extern char WFdesc_section[kSectionCap];
 
@@ -174,20 +175,12 @@ struct Applier {
     return nullptr;
   }
 
-  // Whether `path` is free for a new folder: not there, or an empty
-  // directory that a failed install left behind.
+  // Whether `path` is free for a new folder: not there, or a directory that
+  // a failed install left behind without files.
   static bool Free(StrIn path) {
     DirAcces_Stat stat;
     if (!Messages_Quietly([&] { return DirAcces_LFileStatN(path, stat); })) return true;
-    if (!stat.isDirectory) return false;
-    bool empty = true;
-    Messages_Quietly([&] {
-      DirAcces_DirHandle dir = DirAcces_OpenDir(path);
-      for (NameStr name; empty && DirAcces_GetDirEntry(dir, name);) empty = name[0] == '.';
-      DirAcces_CloseDir(dir);
-      return true;
-    });
-    return empty;
+    return stat.isDirectory && !AutoMisc_HoldsFiles(path, false);
   }
 
   // A new folder in a directory nobody uses.

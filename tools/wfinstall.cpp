@@ -116,36 +116,14 @@ bool ReadText(const std::string& file, std::string& text) {
 
 // --- Looking at the disk -------------------------------------------------------------------
 
-std::vector<std::string> Entries(StrIn path) {
-  std::vector<std::string> names;
-  Messages_Quietly([&] {
-    DirAcces_DirHandle dir = DirAcces_OpenDir(path);
-    for (NameStr name; DirAcces_GetDirEntry(dir, name);) names.emplace_back(StrIn(name).View());
-    DirAcces_CloseDir(dir);
-    return true;
-  });
-  return names;
-}
-
-// Whether a directory holds someone's files: names that don't begin with a
-// dot (those are the system's marks and settings).
-bool HoldsFiles(StrIn path, bool skipOwnSubdirs) {
-  for (const std::string& name : Entries(path)) {
-    if (name[0] == '.') continue;
-    if (skipOwnSubdirs && (name == WFbase_defaultEndDir || name == WFbase_errorDirName)) continue;
-    return true;
-  }
-  return false;
-}
-
 bool IsLink(StrIn path) {
   DirAcces_Stat stat;
   return Messages_Quietly([&] { return DirAcces_LFileStatN(path, stat); }) && stat.isLink;
 }
 
-// Refuses, unless forced, to delete a folder that still holds files; a start
-// folder with its end and error directories. A start behind a link keeps its
-// directory.
+// Refuses, unless forced, to delete a folder that still holds files (names
+// that don't begin with a dot); a start folder with its end and error
+// directories. A start behind a link keeps its directory.
 bool MayDelete(WFbase workflow, const std::vector<WFfolder>& folders, bool force) {
   if (force) return true;
   bool may = true;
@@ -163,7 +141,7 @@ bool MayDelete(WFbase workflow, const std::vector<WFfolder>& folders, bool force
       dirs.push_back(StrIn(dir).Str());
     }
     for (const std::string& dir : dirs) {
-      if (!HoldsFiles(dir, start && dir == StrIn(path).Str())) continue;
+      if (!AutoMisc_HoldsFiles(dir, start && dir == StrIn(path).Str())) continue;
       Say(stderr, kHoldsFiles, dir);
       may = false;
     }

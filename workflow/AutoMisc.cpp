@@ -266,6 +266,15 @@ bool AutoMisc_GetModifyTime(StrIn path, SDateAri_Stamp& stamp) {
   return seconds >= 0;
 }
 
+bool AutoMisc_HoldsFiles(StrIn path, bool startFolder) {
+  for (const std::string& name : Entries(path)) {
+    if (name[0] == '.') continue;
+    if (startFolder && (name == WFbase_defaultEndDir || name == WFbase_errorDirName)) continue;
+    return true;
+  }
+  return false;
+}
+
 // --- The demon --------------------------------------------------------------------------
 
 bool AutoMisc_AssertRootWatched(WFmodule_Kind kind) {

@@ -50,6 +50,10 @@ bool AutoMisc_DeleteAutofolder(StrIn root, StrIn name, StrIn rcFile);
 bool AutoMisc_RootExists(StrIn path);
 // The modification time of `path`; false when it isn't there.
 bool AutoMisc_GetModifyTime(StrIn path, SDateAri_Stamp& stamp);
+// Whether the directory `path` holds someone's files: entries whose names
+// don't begin with a dot (those are marks and settings of the system); for
+// a start folder, other than its "outdir" and "error".
+bool AutoMisc_HoldsFiles(StrIn path, bool startFolder);
 
 // --- The demon --------------------------------------------------------------------------
 

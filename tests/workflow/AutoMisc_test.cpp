@@ -36,9 +36,7 @@ class Site : public ::testing::Environment {
   void SetUp() override {
     site = new TempDir;
     UsePrivateSite(site->Path());
-    fs::create_directories(site->Path() + "/env");
     fs::create_directories(site->Path() + "/bin");
-    ::setenv("MARLENV", (site->Path() + "/env:" FLOATDECK_BINARY_DIR "/env").c_str(), 1);
     ::setenv("PATH", (site->Path() + "/bin:/usr/bin:/bin").c_str(), 1);
     static const char* const args[] = {program_invocation_name};
     Argument_Init(1, args);

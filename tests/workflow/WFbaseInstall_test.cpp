@@ -27,9 +27,6 @@ class Site : public ::testing::Environment {
   void SetUp() override {
     site = new TempDir;
     UsePrivateSite(site->Path());
-    // The demon's configuration is written here, not in the build tree.
-    fs::create_directories(site->Path() + "/env");
-    ::setenv("MARLENV", (site->Path() + "/env:" FLOATDECK_BINARY_DIR "/env").c_str(), 1);
     ::setenv("PATH", "/usr/bin:/bin", 1);
     static const char* const args[] = {program_invocation_name};
     Argument_Init(1, args);
