@@ -121,43 +121,31 @@ TEST_F(RWconfigTest, TheFileHoldsSettingsServersAndHotfoldersAndAnEmptyOneIsRemo
   EXPECT_FALSE(fs::exists(File()));
 }
 
-TEST_F(RWconfigTest, AHotfolderKeepsItsIdWhileItStaysAsItIs) {
+TEST_F(RWconfigTest, HotfoldersOfATargetAreReplacedOnlyWhereTheyChange) {
   config = Load();
-  SetWorkflow(config, "wf", {Hotfolder("a", "/1", "/l"), Hotfolder("b", "/2", "/l")});
   SetWorkflow(config, "other", {Hotfolder("a", "/1", "/o")});
-  RWconfig_HotfolderVector before = RWconfig_CreateHotfolderVector(2);
-  RWconfig_TargetID wf = RWconfig_CreateTargetID(RWconfig_workflowTarget, "wf");
-  RWconfig_GetTargetHotfolder(config, wf, before);
-  ASSERT_EQ(RWconfig_HotfolderCount(before), 2u);
-  RWconfig_Hotfolder first, second;
-  RWconfig_GetHotfolder(before, 0, first);
-  RWconfig_GetHotfolder(before, 1, second);
-  EXPECT_NE(std::string(first.id), std::string(second.id));
-
-  // The same again changes nothing; one changed, one gone, one new.
   SetWorkflow(config, "wf", {Hotfolder("a", "/1", "/l"), Hotfolder("b", "/2", "/l")});
+  const auto ids = [&] {
+    std::vector<std::string> all;
+    RWconfig_Hotfolder h;
+    for (bool more = RWconfig_IterateHotfolder(config, true, h); more; more = RWconfig_IterateHotfolder(config, false, h)) {
+      all.emplace_back(h.id);
+    }
+    return all;
+  };
+  const std::vector<std::string> before = ids();
+  EXPECT_NE(before[1], before[2]);
+  // The same again: nothing to save, the ids stay.
+  SetWorkflow(config, "wf", {Hotfolder("a", "/1", "/l"), Hotfolder("b", "/2", "/l")});
+  EXPECT_EQ(ids(), before);
+  // One changed, one gone, one new; the other workflow's stays.
   RWconfig_Hotfolder changed = Hotfolder("a", "/1", "/l");
   changed.deleteSourceFilesAfterCopy = true;
-  RWconfig_TargetID target = RWconfig_CopyTargetID(wf);
-  RWconfig_HotfolderVector vector = RWconfig_CreateHotfolderVector(2);
-  RWconfig_AddHotfolder(vector, changed);
-  RWconfig_AddHotfolder(vector, Hotfolder("c", "/3", "/l"));
-  RWconfig_SetTargetHotfolder(config, target, vector);
-  EXPECT_TRUE(RWconfig_IsModified(config));
+  SetWorkflow(config, "wf", {changed, Hotfolder("c", "/3", "/l")});
   EXPECT_EQ(Keys(config), (std::vector<std::string>{"a:/1-->workflow:other", "a:/1-->workflow:wf",
                                                     "c:/3-->workflow:wf"}));
-  RWconfig_HotfolderVector after = RWconfig_CreateHotfolderVector(2);
-  RWconfig_GetTargetHotfolder(config, wf, after);
-  RWconfig_Hotfolder kept;
-  RWconfig_GetHotfolder(after, 0, kept);
-  EXPECT_TRUE(kept.deleteSourceFilesAfterCopy);
-  EXPECT_NE(std::string(kept.id), std::string(first.id));
-  NameStr text;
-  RWconfig_GetTargetDescription(wf, text);
-  EXPECT_EQ(std::string(text), "workflow wf");
-  for (auto* v : {&before, &after, &vector}) RWconfig_DestroyHotfolderVector(*v);
-  RWconfig_DestroyTargetID(wf);
-  RWconfig_DestroyTargetID(target);
+  EXPECT_EQ(ids()[0], before[0]);
+  EXPECT_NE(ids()[1], before[1]);
 }
 
 TEST_F(RWconfigTest, TwoEditorsSavingAtOnceKeepBothHotfolders) {

@@ -79,10 +79,10 @@ TEST(WFdescParse, FaultsNameTheirLine) {
   EXPECT_EQ(Fault("start s/x\n"), "1: s/x cannot name a folder: a name is made of letters, digits, \"_\", \"-\" and \".\".");
   EXPECT_EQ(Fault("start s ->\n"), "1: -> is not expected here.");
   EXPECT_EQ(Fault("start s -> outdir K=1 oops\n"), "1: oops is no parameter: parameters are written KEY=VALUE.");
-  EXPECT_EQ(Fault("start s =x\n"), "1: =x is no parameter: parameters are written KEY=VALUE.");
+  EXPECT_EQ(Fault("start s _OUTDIR_=/etc\n"), "1: The parameter _OUTDIR_ belongs to the workflow itself and cannot be set.");
+  EXPECT_EQ(Fault("start s\nrename r X=\"open\n"), "2: A string in double quotes is not closed.");
   EXPECT_EQ(Fault("workflow a\nworkflow b\n"), "2: The workflow is named twice.");
   EXPECT_EQ(Fault("workflow .hidden\n"), "1: .hidden cannot name a workflow.");
-  EXPECT_EQ(Fault("workflow a b\n"), "1: b is not expected here.");
   EXPECT_EQ(Fault("start s K=" + std::string(kWFdescValueCap, 'v') + "\n"), "1: K is too long.");
   std::string many;
   for (std::size_t n = 0; n <= kWFdescMaxFolders; ++n) many += "rename r" + std::to_string(n) + "\n";
@@ -132,6 +132,7 @@ class WFdescApply : public ::testing::Test {
 };
 
 TEST_F(WFdescApply, MeaningFaults) {
+  EXPECT_EQ(Apply("rename r -> outdir\n"), "1: The description has no start folder.");
   EXPECT_EQ(Apply("start s -> outdir\nstart t -> outdir\n"), "2: A workflow has one start folder only.");
   EXPECT_EQ(Apply("rename r -> s\nstart s -> r\n"), "1: The start folder cannot be an out of r.");
   EXPECT_EQ(Apply("start s -> d\ndelete d\ndelete e\n"), "3: Only one folder of kind delete fits in a workflow: all workflows share its directory.");
