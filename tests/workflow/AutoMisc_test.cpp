@@ -1,12 +1,11 @@
 // Operations on hot folders: directories and what stands in their way,
 // questions and their answers, the demon entries of folders with entries of
-// their own under the file's lock, the checks for the front ends, installer
-// marks, and starting a demon that doesn't answer.
+// their own, the checks for the front ends, installer marks, and starting a
+// demon that doesn't answer.
 #include "workflow/AutoMisc.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -175,14 +174,6 @@ TEST_F(AutoMiscTest, OwnEntriesAreChangedUnderTheLockAndSavedOnlyWhenTheyChange)
   EXPECT_NE(Lines().find("FOLDER=" + Projects() + "/autofolder/autoduplicate:SUBDIRS=TRUE"),
             std::string::npos);
 
-  // Another live process holds the lock: nothing changes.
-  text = FileText(Cfg());
-  PutFile(Cfg() + ".LCK", std::to_string(::getppid()) + "\n");
-  ::testing::internal::CaptureStderr();
-  EXPECT_FALSE(AutoMisc_UpdateDemonConfigEntry(2, b, "<images>", "", 0));
-  EXPECT_NE(::testing::internal::GetCapturedStderr().find("locked by another program"), std::string::npos);
-  EXPECT_EQ(FileText(Cfg()), text);
-  fs::remove(Cfg() + ".LCK");
 }
 
 TEST_F(AutoMiscTest, OutDirectoriesAndSchemesForTheFrontEnds) {

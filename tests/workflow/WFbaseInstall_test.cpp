@@ -1,7 +1,7 @@
 // Installing workflows built through the model's own calls: what the walk
-// writes and when, the order in which rc files take effect, a start behind a
-// link, the start folder's share of the graph, and the two registration
-// points (the start folder's entry, the remote watch).
+// writes and when, the order in which rc files take effect, the start
+// folder's share of the graph, and the two registration points (the start
+// folder's entry, the remote watch).
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -105,15 +105,6 @@ TEST_F(WFbaseInstall, WritesWhatIsModifiedOnceAndStopsItsFolders) {
   EXPECT_TRUE(WFbase_InstallWorkflow(workflow));
   EXPECT_FALSE(fs::exists(PathOf(rename) + "/.autorenmrc"));
 
-  // A folder taken out leaves the disk and the demon at the next install.
-  const std::string gone = PathOf(rename);
-  EXPECT_NE(FileText(site->Path() + "/env/tvwatchd.cfg").find("FOLDER=" + gone), std::string::npos);
-  WFfolder_SetOutFolder(start, 1, WFfolder_OutFolder(rename, 1));
-  WFbase_AddFolderToRemove(workflow, rename);
-  WFbase_SetModified(workflow, true);
-  ASSERT_TRUE(WFbase_InstallWorkflow(workflow));
-  EXPECT_FALSE(fs::exists(gone));
-  EXPECT_EQ(FileText(site->Path() + "/env/tvwatchd.cfg").find("FOLDER=" + gone), std::string::npos);
 }
 
 TEST_F(WFbaseInstall, RcFilesTakeEffectOutsFirstSoAFailureLeavesTheOldGraph) {
@@ -137,21 +128,6 @@ TEST_F(WFbaseInstall, RcFilesTakeEffectOutsFirstSoAFailureLeavesTheOldGraph) {
   WFbase_SetModified(workflow, true);
   ASSERT_TRUE(WFbase_InstallWorkflow(workflow));
   EXPECT_NE(Dump("w").find("[3] RENAME: " + PathOf(b) + " --> [4]"), std::string::npos) << Dump("w");
-}
-
-TEST_F(WFbaseInstall, ADifferentStartDirectoryBecomesALink) {
-  workflow = WFbase_CreateWorkflow("w", false);
-  ASSERT_TRUE(WFbase_InstallWorkflow(workflow));
-  const std::string elsewhere = Projects() + "/hotfolders/in";
-  ASSERT_TRUE(WFbase_SetStartDir(workflow, elsewhere, false));
-  WFfolder_SetModified(WFbase_StartFolder(workflow), true);
-  ASSERT_TRUE(WFbase_InstallWorkflow(workflow));
-  const std::string start = Projects() + "/workflow/w";
-  EXPECT_TRUE(fs::is_symlink(start));
-  EXPECT_EQ(fs::read_symlink(start), elsewhere);
-  EXPECT_TRUE(fs::exists(elsewhere + "/.autostartrc"));
-  EXPECT_TRUE(fs::is_directory(elsewhere + "/outdir"));
-  EXPECT_NE(Dump("w").find("[1] START: " + elsewhere + " --> [2]"), std::string::npos) << Dump("w");
 }
 
 TEST_F(WFbaseInstall, TheStartTakesBitmapSettingsAndBecomesAProducerOfSequences) {
