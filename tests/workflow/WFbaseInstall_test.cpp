@@ -104,7 +104,6 @@ TEST_F(WFbaseInstall, WritesWhatIsModifiedOnceAndStopsItsFolders) {
   fs::remove(PathOf(rename) + "/.autorenmrc");
   EXPECT_TRUE(WFbase_InstallWorkflow(workflow));
   EXPECT_FALSE(fs::exists(PathOf(rename) + "/.autorenmrc"));
-
 }
 
 TEST_F(WFbaseInstall, RcFilesTakeEffectOutsFirstSoAFailureLeavesTheOldGraph) {
