@@ -11,6 +11,7 @@
 #include "base/Processe.h"
 #include "base/SPrintf.h"
 #include "base/StringOp.h"
+#include "distribution/RWbase.h"
 #include "image/SIqif.h"
 #include "image/SItiff.h"
 #include "jobqueue/CCjobClass.h"
@@ -50,6 +51,7 @@ void InitModules() {
   SIqif_Init();    // the image drivers, before the format lists are asked for
   SItiff_Init();
   WFbase_Init();
+  RWbase_Init();  // the remote watch joins every install and removal
   WFdebug_Init();
   WFfolder_RegisterExecuteOnProc(CCjobClass_ExecuteOn);
 }

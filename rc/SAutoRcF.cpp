@@ -7,6 +7,8 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "base/BConvert.h"
 #include "base/BFileIO.h"
@@ -266,6 +268,24 @@ bool SAutoRcF_Check(SAutoRcF rc) {
   if (rc == nullptr) return Fail(kNil);
   SAutoRcF_error = kFine;
   return true;
+}
+
+bool SAutoRcF_SameContent(SAutoRcF a, SAutoRcF b) {
+  if (a == nullptr || b == nullptr) return a == b;
+  if (a->commandCount != b->commandCount) return false;
+  auto ca = a->commands.begin();
+  for (const Command& command : b->commands) {
+    if (ViewOf(ca->text) != ViewOf(command.text)) return false;
+    ++ca;
+  }
+  // A load turns the option order round: compare them sorted.
+  auto sorted = [](SAutoRcF rc) {
+    std::vector<std::pair<std::string_view, std::string_view>> options;
+    for (const Option& option : rc->options) options.emplace_back(ViewOf(option.key), ViewOf(option.value));
+    std::sort(options.begin(), options.end());
+    return options;
+  };
+  return sorted(a) == sorted(b);
 }
 
 // --- File ---------------------------------------------------------------------

@@ -85,6 +85,10 @@ void SAutoRcF_Destroy(SAutoRcF& rc);
 SAutoRcF SAutoRcF_Nil();
 // True for an object; false and error 3 for nil.
 bool SAutoRcF_Check(SAutoRcF rc);
+// Whether both hold the same commands in the same order and the same options
+// in any order, as a save and a load of one of them give the other. Two nils
+// are the same; a nil and an object are not.
+bool SAutoRcF_SameContent(SAutoRcF a, SAutoRcF b);
 
 // --- File ---------------------------------------------------------------------
 

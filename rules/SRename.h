@@ -57,6 +57,8 @@ inline constexpr std::uint32_t SRename_maxNumeral = 99999999;
 inline constexpr char SRename_scannerSpecialChars[] = "`'*\"";
 // The version that Save writes and the newest that Load accepts.
 inline constexpr std::uint32_t SRename_version = 2;
+// The suffix of a scheme file.
+inline constexpr char SRename_suffix[] = ".trs";
 
 // Starts the modules that files and messages need; runs once.
 void SRename_Init();

@@ -504,7 +504,7 @@ bool SchemePath(StrIn name, StrOut path) {
   if (name.Empty()) return Fail(SRename_kNoName);
   Strings_Assign(name, path);
   SFilMisc_StripExtension(path);
-  return SFilMisc_RequireExtension(path, ".trs") || Fail(SRename_kNoName);
+  return SFilMisc_RequireExtension(path, SRename_suffix) || Fail(SRename_kNoName);
 }
 
 bool ReadWhole(StrIn path, std::string& text) {

@@ -11,7 +11,9 @@ mkdir -p "$sandbox/projects/workflow" "$sandbox/customer" "$sandbox/dat"
 export TV_PROJECTS="$sandbox/projects" TV_CUSTOMER="$sandbox/customer" MARLDAT="$sandbox/dat"
 unset MARLENV MARLLIB
 
-# The sample workflow: start, rename, duplicate with two outs, filter, outdir.
+# The sample workflow: start, rename, duplicate with two outs, filter, outdir,
+# created and installed with the operator's tool.
+echo "== wfinstall -w sample scripts/sample.wf"
 scripts/sample-workflow.sh "$TV_PROJECTS" sample
 
 echo "== Sandbox installation: $sandbox"
@@ -19,3 +21,5 @@ echo "== Floatdeck -?"
 build/bin/Floatdeck -? || true
 echo "== Floatdeck -i sample"
 build/bin/Floatdeck -i sample || echo "(exit status $?)"
+echo "== The demon's configuration: $TV_CUSTOMER/tvwatchd.cfg"
+cat "$TV_CUSTOMER/tvwatchd.cfg"

@@ -26,6 +26,7 @@
 #include "base/SFilMisc.h"
 #include "base/SPrintf.h"
 #include "base/StringOp.h"
+#include "workflow/AutoMisc.h"
 #include "workflow/WFbasePrivate.h"
 #include "workflow/WFtvwCfg.h"
 
@@ -67,6 +68,7 @@ void WFbase_Init() {
   WFconfig_Init();
   TVWcfg_Init();
   WFtvwCfg_Init();
+  AutoMisc_Init();
   WFtvwCfg_RegisterMessageProc(TvwCfgMessage);
   WFbase_switchboard = SwitchBd_Create();
   WFbase_RefreshWfDir();
@@ -134,11 +136,7 @@ WFbase WFbase_CreateWorkflow(StrIn name, bool install) {
   workflow->options.errorMode = WFfolder_ErrorMode(start);
   workflow->modified = true;
   // 3. On disk, if asked; the workflow stands in memory either way.
-  if (install) {
-    const bool made = WFbase_hooks.installStartDir != nullptr &&
-                      WFbase_hooks.installStartDir(workflow, start);
-    if (!made) WFbase_Message(WFbase_section, 2, path);
-  }
+  if (install && !WFbase_InstallStartDir(workflow, start)) WFbase_Message(WFbase_section, 2, path);
   return workflow;
 }
 
@@ -267,6 +265,7 @@ bool MyDestroyWorkflow(WFbase& workflow, bool fromDisk) {
       if (!WFfolder_PassiveEnd(entry->folder)) ok = WFbase_RemoveHotfolder(workflow, entry->folder);
     }
     WFbase_DestroyFolderList(list);
+    WFbase_UpdateRemoteWatchConfig(workflow, true);
   }
   // 2. Temporary foreign files of edits never installed.
   for (WFfolder folder : workflow->folders) {
@@ -281,7 +280,6 @@ bool MyDestroyWorkflow(WFbase& workflow, bool fromDisk) {
   // 3. Memory.
   for (WFfolder folder : workflow->folders) WFfolder_Destroy(folder);
   for (WFfolder folder : workflow->toRemove) WFfolder_Destroy(folder);
-  if (fromDisk && WFbase_hooks.forgetRemoteWatch != nullptr) WFbase_hooks.forgetRemoteWatch(workflow);
   delete workflow;
   workflow = nullptr;
   return ok;

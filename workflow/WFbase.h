@@ -19,6 +19,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "base/SDateAri.h"
 #include "base/Strings.h"
@@ -105,13 +106,6 @@ void WFbase_Init();
 
 // The group of a workflow; false for none. Nil: no workflow has a group.
 using WFbase_GroupProc = bool (*)(StrIn workflow, StrOut group);
-// Makes the start directory of a new workflow on disk (links, "outdir",
-// "error", the rc). Nil: WFbase_CreateWorkflow(name, true) fails to install.
-using WFbase_InstallStartDirProc = bool (*)(WFbase workflow, WFfolder start);
-// Removes the demon's entry of a non-recursive folder. Nil: nothing.
-using WFbase_DeleteDemonEntryProc = void (*)(StrIn path);
-// Forgets the workflow in the remote watch configuration. Nil: nothing.
-using WFbase_ForgetRemoteWatchProc = void (*)(WFbase workflow);
 // The start folder's front end: after a new folder path, transfer mode or
 // file mode it rebuilds the rc's command. Nil: only the options are written
 // ("MODE", "_JOBTICKETMODE_", "_ERRORMODE_"; "FILEMODE").
@@ -122,9 +116,6 @@ using WFbase_ShowProc = void (*)(StrIn text);
 
 struct WFbase_Hooks {
   WFbase_GroupProc group = nullptr;
-  WFbase_InstallStartDirProc installStartDir = nullptr;
-  WFbase_DeleteDemonEntryProc deleteDemonEntry = nullptr;
-  WFbase_ForgetRemoteWatchProc forgetRemoteWatch = nullptr;
   WFbase_StartPathProc setStartFolderPath = nullptr;
   WFbase_StartModeProc setTransferMode = nullptr;
   WFbase_StartModeProc setFileMode = nullptr;
@@ -134,6 +125,36 @@ struct WFbase_Hooks {
 void WFbase_RegisterHooks(const WFbase_Hooks& hooks);
 // Only the group hook (the groups module registers itself).
 void WFbase_RegisterGroupProc(WFbase_GroupProc proc);
+
+// The start folder's demon entry, kept by the start folder's front end: the
+// workflow's name, the files the start takes and leaves, whether it watches
+// its sub-directories, passes over empty files and looks at the change time,
+// its sequence mode, activity and watch interval in seconds. False when the
+// configuration could not be changed (the procedure reports it). Nil (the
+// start): the start folder gets an entry of its own like any other folder of
+// a kind without a tree entry (AutoMisc_UpdateDemonConfigEntry).
+using WFbase_StartEntryProc = bool (*)(StrIn workflow, StrIn files, StrIn omitFiles, bool subdirs,
+                                       bool omitEmpty, bool considerCTime,
+                                       std::uint8_t sequenceMode, const TVWcfg_Activity& activity,
+                                       std::int32_t watchInterval);
+void WFbase_RegisterStartEntryProc(WFbase_StartEntryProc proc);
+
+// The remote watch configuration lives in the distribution layer, which
+// registers its side at start-up. `get` loads the configuration on the first
+// call and reloads it after (nil, with the reason in `error`, when it can't
+// be read). `update` makes the hot folders of the workflow's target those of
+// the remote starts, each feeding `localDir` with the files `files`, or with
+// `remove` deletes them all, and saves a changed configuration; false with
+// the reason in `error`, the cached configuration then forgotten. Nil (the
+// start): installing leaves the remote watch alone.
+struct RWconfig_Rec;
+struct WFbase_RemoteWatch {
+  RWconfig_Rec* (*get)(StrOut error) = nullptr;
+  bool (*update)(StrIn workflow, StrIn localDir, StrIn files,
+                 const std::vector<SAutoRcF_RemoteStart>& starts, bool remove,
+                 StrOut error) = nullptr;
+};
+void WFbase_RegisterRemoteWatch(const WFbase_RemoteWatch& hooks);
 
 // --- Create and destroy -------------------------------------------------------------------
 
@@ -264,11 +285,55 @@ bool WFbase_IsWorkflowStart(StrIn path, StrIn name, StrOut otherName, bool& belo
 // 11 with `message`) or there is no start folder (message 9). False then.
 bool WFbase_SetStartDir(WFbase workflow, StrIn path, bool message);
 
-// --- Installing (start directory) ------------------------------------------------------------
+// --- Installing (WFbaseInstall.cpp) ----------------------------------------------------------
+// An install writes what is marked modified, walking the graph from the start
+// once: directories are made, rc files written beside their files and read
+// back, and every new or changed folder gets the demon's stop mark. Only
+// when all of that went well do the rc files take effect, each folder after
+// its outs and the start folder last, so that a rebuild after any failure
+// finds no out that names a missing folder; then the demon entries, the
+// remote watch and the removal of the folders taken out follow. Nothing is
+// rolled back: a directory made by a failed install is simply there, and the
+// next install uses it.
 
+// Installs the workflow and clears its modified mark (also on failure: what
+// failed was reported, and a retry needs a new change). True on success and
+// when nothing was to do; false when a folder could not be written, a folder
+// could not be removed, or the demon or remote watch configuration could not
+// be kept in step (those failures are reported, and the install goes on).
+bool WFbase_InstallWorkflow(WFbase workflow);
+// The steps for one folder, by its kind: the start folder (its directory or
+// link, then its rc), a passive end (its directory), every other folder (its
+// directory below its root, its foreign file, its rc). False on failure.
+bool WFbase_InstallStartFolder(WFbase workflow, WFfolder folder);
+bool WFbase_InstallPassiveEndFolder(WFbase workflow, WFfolder folder);
+bool WFbase_InstallStandardFolder(WFbase workflow, WFfolder folder);
+// Makes the start directory: a link to "STARTDIR" when that is elsewhere,
+// otherwise the directory below the workflow root; "outdir", "error" and the
+// rc (with the install time). False when one of them could not be made.
+bool WFbase_InstallStartDir(WFbase workflow, WFfolder folder);
 // Makes "outdir" and "error" in the start directory (mode 777); existing ones
 // are fine. False when one could not be made.
 bool WFbase_InstallDefaultSubdirs(WFbase workflow);
+// Sets the install time (if asked) and "_ERRORDIR_", and writes the rc; in an
+// install it takes effect only with the others. True for a kind without rc.
+bool WFbase_SaveRcFile(WFbase workflow, WFfolder folder, bool setInstallTime);
+// Places the demon's stop mark in a folder that can be started.
+void WFbase_StopFolder(WFfolder folder);
+// Brings the demon entry of the folder in step: the start folder's through
+// its front end, a folder of a kind with entries of their own through
+// AutoMisc, the others through their tree's subentry. Nothing for nil and
+// passive ends. False when the configuration could not be changed.
+bool WFbase_UpdateFolderDemonConfig(WFbase workflow, WFfolder folder);
+// The same for every folder, each tree-watched one with its tree's entry.
+bool WFbase_UpdateDemonConfig(WFbase workflow);
+// The remote watch configuration (see WFbase_RemoteWatch); nil without one.
+// A failure to read it is shown.
+RWconfig_Rec* WFbase_GetRemoteWatchConfig();
+// The workflow's hot folders in the remote watch configuration follow the
+// start folder's remote starts, or with `remove` go. False, with message 12,
+// when the configuration could not be saved.
+bool WFbase_UpdateRemoteWatchConfig(WFbase workflow, bool remove);
 // Removes one hot folder from disk (a start: its outdir and error too; a link:
 // the link and the rc, not the target) and its demon entry. False with
 // message 1 on failure; a missing directory is no failure.
@@ -318,6 +383,8 @@ void WFbase_SetFeedback(bool feedback);
 // The text of (section, number) with its "%s" filled by `argument` when that
 // is not empty. Silent: one line on standard error; else in the error box.
 void WFbase_Message(StrIn section, unsigned number, StrIn argument);
+// Shows a finished message text the same way.
+void WFbase_ShowText(StrIn text);
 // Sends a wall message (one of the texts above) on WFbase_switchboard.
 void WFbase_Announce(const char* text);
 // File operations with errors ignored; a missing file removes fine.

@@ -10,6 +10,7 @@
 #include "base/SPrintf.h"
 #include "base/SWilCard.h"
 #include "base/StringOp.h"
+#include "workflow/AutoMisc.h"
 #include "workflow/WFbase.h"
 #include "workflow/WFbasePrivate.h"
 #include "workflow/WFtvwCfg.h"
@@ -271,7 +272,7 @@ bool WFbase_RemoveHotfolder(WFbase workflow, WFfolder folder) {
   // 4. The demon forgets the folder.
   const WFmodule_Kind moduleKind = WFfolder_ModuleKind(folder);
   if (!WFmodule_RecursiveDemonConfigEntry(moduleKind) && !WFfolder_StandardEnd(folder)) {
-    if (WFbase_hooks.deleteDemonEntry != nullptr) WFbase_hooks.deleteDemonEntry(StrIn(path));
+    AutoMisc_DeleteDemonConfigEntry(path);
   } else {
     Messages_Quietly([&] { return WFtvwCfg_DeleteSubentry(folder); });
   }

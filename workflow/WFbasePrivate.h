@@ -34,9 +34,6 @@ void WFbase_StartRcName(StrIn name, StrOut file);
 SAutoRcF WFbase_LoadStartRc(StrIn name);
 // Runs "rm -rf" on `path` through the shell; true on exit status 0.
 bool WFbase_RemoveTree(StrIn path);
-// Shows a finished message text: standard error when silent or without a
-// box, else the registered box.
-void WFbase_ShowText(StrIn text);
 // The "FILEMODE" that suits the first step behind the start.
 std::uint32_t WFbase_SetFolderMode_FileMode(WFbase workflow);
 // Stable ascending byte order and a linked list of the names.

@@ -550,18 +550,47 @@ SAutoRcF WFfolder_LoadRcFile(StrIn path, WFfolder_FolderKind kind, StrOut messag
   return SAutoRcF_Nil();
 }
 
-bool WFfolder_SaveOptions(WFfolder folder) {
-  PathStr file;
+namespace {
+
+// Where a save writes before the rc file takes the new content.
+bool StagedName(WFfolder folder, StrOut file, StrOut staged) {
   WFfolder_GetRcFullName(folder, file);
   if (StrIn(file).Empty() || folder->rc == nullptr) return false;
-  // A save that fails half way must leave the old file: write beside it,
-  // then rename over it.
-  PathStr temporary;
-  Strings_Concat(file, ".new", temporary);
-  if (!SAutoRcF_Save(temporary, folder->rc)) return false;
-  const bool renamed = Messages_Quietly([&] { return DirAcces_AtomicRename(temporary, file); });
-  if (!renamed) Messages_Quietly([&] { return DirAcces_Remove(temporary); });
+  Strings_Concat(file, ".new", staged);
+  return true;
+}
+
+}  // namespace
+
+bool WFfolder_SaveOptions(WFfolder folder) {
+  return WFfolder_StageOptions(folder) && WFfolder_CommitOptions(folder);
+}
+
+bool WFfolder_StageOptions(WFfolder folder) {
+  PathStr file, staged;
+  if (!StagedName(folder, file, staged)) return false;
+  // The writer does not see a disk that fills up under it: the file must
+  // read back as the object before it may replace anything.
+  SAutoRcF back = SAutoRcF_Nil();
+  const bool written = SAutoRcF_Save(staged, folder->rc) &&
+                       Messages_Quietly([&] { return SAutoRcF_Load(staged, back); }) &&
+                       SAutoRcF_SameContent(back, folder->rc);
+  SAutoRcF_Destroy(back);
+  if (!written) WFfolder_DiscardOptions(folder);
+  return written;
+}
+
+bool WFfolder_CommitOptions(WFfolder folder) {
+  PathStr file, staged;
+  if (!StagedName(folder, file, staged)) return false;
+  const bool renamed = Messages_Quietly([&] { return DirAcces_AtomicRename(staged, file); });
+  if (!renamed) WFfolder_DiscardOptions(folder);
   return renamed;
+}
+
+void WFfolder_DiscardOptions(WFfolder folder) {
+  PathStr file, staged;
+  if (StagedName(folder, file, staged)) Messages_Quietly([&] { return DirAcces_Remove(staged); });
 }
 
 // --- Where jobs run -------------------------------------------------------------------------------

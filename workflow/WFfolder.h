@@ -193,6 +193,15 @@ SAutoRcF WFfolder_LoadRcFile(StrIn path, WFfolder_FolderKind kind, StrOut messag
 // Writes the rc to WFfolder_GetRcFullName through a temporary file renamed
 // over it, so a failure keeps the old file. False on failure or without rc.
 bool WFfolder_SaveOptions(WFfolder folder);
+// The two halves of a save, for an install that must write all its files
+// before any of them takes effect. Stage writes the rc beside its file and
+// reads it back: false, with nothing left behind, when it can't be written or
+// doesn't read back whole (a full disk). Commit renames the staged file over
+// the rc file (false, staged file removed, when that fails or nothing is
+// staged); Discard removes it.
+bool WFfolder_StageOptions(WFfolder folder);
+bool WFfolder_CommitOptions(WFfolder folder);
+void WFfolder_DiscardOptions(WFfolder folder);
 
 // Reserved keys. The setters mark the folder modified only on a change.
 void WFfolder_SetErrorDir(WFfolder folder, StrIn path);

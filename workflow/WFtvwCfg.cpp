@@ -21,6 +21,9 @@ constexpr char kCheckTxt[] = "|\\.txt$";
 constexpr char kCheckLog[] = "|\\-log\\.pdf$";
 constexpr char kDeviceLinkOmit[] = "^\\.deviceLink.*";
 constexpr WFfolder_FolderKind kDeviceLinkRoot = 35;
+// A busy site has many writers: the file's lock is tried for this many of
+// its rounds of a second before a change gives up.
+constexpr unsigned kLockRounds = 3;
 
 TVWcfg_List tvwCfg = nullptr;   // the cached list
 WFtvwCfg_CfgFileID tvwCfgID;    // the identity of the file it came from
@@ -108,9 +111,7 @@ bool Save() {
   return Messages_Quietly([] { return TVWcfg_SaveConfiguration(tvwCfg); });
 }
 
-bool Lock() {
-  return Messages_Quietly([] { return TVWcfg_LockConfiguration(); });
-}
+bool Lock() { return WFtvwCfg_LockConfiguration(); }
 
 // Ends a change made under the lock: saves when something changed, gives the
 // lock back, and only then tells the demon. Whether all went well.
@@ -121,7 +122,7 @@ bool FinishChange(bool changed) {
     if (saved) tvwCfgExpired = true;
   }
   tvwCfgLocked = false;
-  Messages_Quietly([] { TVWcfg_UnlockConfiguration(); });
+  WFtvwCfg_UnlockConfiguration();
   if (saved) WFtvwCfg_NotifyDemon();
   return !changed || saved;
 }
@@ -151,7 +152,11 @@ bool MyAdd(WFfolder folder, bool& added) {
   // Watched already: by an enclosing tree, or by an entry of its own.
   if (WFtvwCfg_MyGetEntry(tvwCfg, path, true) != nullptr || OwnEntry(path) != nullptr) return true;
   TVWcfg_Entry* entry = WFfolder_CreateDemonConfigEntry(folder);
-  if (entry == nullptr) return false;
+  // A kind without a root has nothing to watch.
+  if (entry == nullptr || entry->folder[0] == '\0') {
+    TVWcfg_DestroyEntry(entry);
+    return false;
+  }
   PushFront(tvwCfg, entry);
   added = true;
   return true;
@@ -328,6 +333,8 @@ void WFtvwCfg_ReloadTVWcfg() {
   }
 }
 
+void WFtvwCfg_SetExpired() { tvwCfgExpired = true; }
+
 TVWcfg_List WFtvwCfg_GetList() {
   WFtvwCfg_ReloadTVWcfg();
   return tvwCfg;
@@ -346,14 +353,18 @@ TVWcfg_Entry* WFtvwCfg_GetParentEntry(StrIn path) {
 TVWcfg_Entry* WFtvwCfg_MyGetEntry(TVWcfg_List list, StrIn path, bool parent) {
   for (TVWcfg_Entry* e = list; e != nullptr; e = e->next) {
     if (!parent && Strings_Equal(e->folder, path)) return e;
-    if (!e->subdirs || !DirAcces_PathStartsWith(path, e->folder)) continue;
+    if (!e->subdirs || e->folder[0] == '\0' || !DirAcces_PathStartsWith(path, e->folder)) continue;
     if (!parent && WFtvwCfg_MyOmitDir(e->omit, LastElement(path))) continue;
     const std::size_t folderLength = Strings_Length(e->folder);
     PathStr cut = "", tail = "";
     Strings_Assign(path, cut);
-    while (Strings_Length(cut) > folderLength) {
+    for (std::size_t length = Strings_Length(cut); length > folderLength;) {
       DirAcces_ExcludePath(cut, cut, tail);
       if (Strings_Equal(cut, e->folder)) return e;
+      // "/" stays "/": a path that no longer shortens has nothing left to cut.
+      const std::size_t shorter = Strings_Length(cut);
+      if (shorter >= length) break;
+      length = shorter;
     }
   }
   return nullptr;
@@ -610,6 +621,17 @@ bool WFtvwCfg_Delete(const TVWcfg_Entry& values) {
   if (e == nullptr) return false;
   RemoveEntry(tvwCfg, e);
   return FinishChange(true);
+}
+
+bool WFtvwCfg_LockConfiguration() {
+  for (unsigned round = 0; round < kLockRounds; ++round) {
+    if (Messages_Quietly([] { return TVWcfg_LockConfiguration(); })) return true;
+  }
+  return false;
+}
+
+void WFtvwCfg_UnlockConfiguration() {
+  Messages_Quietly([] { TVWcfg_UnlockConfiguration(); });
 }
 
 bool WFtvwCfg_NotifyDemon() { return TVWbase_KillDemon(TVWbase_sigUsr1); }

@@ -60,6 +60,9 @@ void WFtvwCfg_RegisterStartFoldersProc(WFtvwCfg_StartFoldersProc proc);
 // Brings the cached list up to date with the file; does nothing while this
 // process holds the lock and works on the list.
 void WFtvwCfg_ReloadTVWcfg();
+// Another writer of this process saved the file: the next reload reads it,
+// even if it was rewritten within the same second at the same size.
+void WFtvwCfg_SetExpired();
 // The cached list after a reload; owned by the module, valid until the next
 // reload or change.
 TVWcfg_List WFtvwCfg_GetList();
@@ -158,5 +161,10 @@ bool WFtvwCfg_UpdateSubentry(WFfolder folder);
 // when a needed save failed.
 bool WFtvwCfg_DeleteSubentry(WFfolder folder);
 
+// The file's lock for a change made here or in AutoMisc: up to three rounds
+// of TVWcfg_LockConfiguration, so that a crowd of writers doesn't turn one
+// away. False when another process keeps it all that time.
+bool WFtvwCfg_LockConfiguration();
+void WFtvwCfg_UnlockConfiguration();
 // Tells the demon to reload its configuration: TVWbase_KillDemon(16).
 bool WFtvwCfg_NotifyDemon();

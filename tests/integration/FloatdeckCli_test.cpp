@@ -29,7 +29,8 @@ class FloatdeckCli : public ::testing::Test {
 
 std::size_t Lines(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
 
-// A site with the sample workflow laid out by the demo's own script.
+// A site with the sample workflow made by the demo's own script, which runs
+// the install tool.
 class WorkflowDump : public FloatdeckCli {
  protected:
   const std::string projects = site.Path() + "/projects";
@@ -40,8 +41,12 @@ class WorkflowDump : public FloatdeckCli {
 
   void SetUp() override {
     const RunResult made =
-        RunProgram({"/bin/bash", FLOATDECK_SOURCE_DIR "/scripts/sample-workflow.sh", projects}, {});
+        RunProgram({"/bin/bash", FLOATDECK_SOURCE_DIR "/scripts/sample-workflow.sh", projects},
+                   {{"FLOATDECK_BIN", FLOATDECK_BINARY_DIR "/bin"}, {"TV_CUSTOMER", site.Path()},
+                    {"MARLENV", site.Path() + ":" FLOATDECK_BINARY_DIR "/env"},
+                    {"MARLDAT", site.Path()}, {"TMP", site.Path()}, {"PATH", "/usr/bin:/bin"}});
     ASSERT_EQ(made.status, 0) << made.err;
+    ASSERT_EQ(made.out, "Workflow sample installed.\n");
   }
   RunResult Dump(const std::string& name) { return Run({"-i", name}, {{"TV_PROJECTS", projects}}); }
 };

@@ -38,8 +38,9 @@ void PutFile(const std::string& path, const std::string& text);
 bool UseBuildTreeSite(void (*init)());
 
 // A private installation below `root`: the directories customer, projects,
-// dat, lib and tmp, with TV_CUSTOMER, TV_PROJECTS, MARLDAT, MARLLIB and TMP
-// pointing at them, run files off and the build tree's catalogs.
+// dat, lib, tmp and env, with TV_CUSTOMER, TV_PROJECTS, MARLDAT, MARLLIB and
+// TMP pointing at them, run files off, and MARLENV of env (where the demon's
+// configuration goes) and the build tree's catalogs.
 void UsePrivateSite(const std::string& root);
 
 using CatalogTexts = std::map<std::string, std::map<unsigned, std::string>>;

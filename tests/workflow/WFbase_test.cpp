@@ -181,12 +181,20 @@ TEST_F(WFbaseTest, FolderPathsByKindAndAfterRenaming) {
 // --- Create and copy ------------------------------------------------------------------------
 
 TEST_F(WFbaseTest, NewWorkflowHasOneOutToTheInvisibleEnd) {
-  ::testing::internal::CaptureStderr();
   workflow = WFbase_CreateWorkflow("fresh", true);
-  const std::string err = ::testing::internal::GetCapturedStderr();
-  // Nobody can make the directory here: message 2, the workflow all the same.
-  EXPECT_NE(err.find(Start("fresh")), std::string::npos) << err;
   ASSERT_NE(workflow, nullptr);
+  // Installed: the start directory with its rc, end and error directories.
+  EXPECT_TRUE(fs::is_regular_file(Start("fresh") + "/.autostartrc"));
+  EXPECT_TRUE(fs::is_directory(Start("fresh") + "/outdir"));
+  EXPECT_TRUE(fs::is_directory(Start("fresh") + "/error"));
+  // A start directory in the way: message 2, the workflow all the same.
+  WFbase other = WFbase_NilWorkflow();
+  ::testing::internal::CaptureStderr();
+  other = WFbase_CreateWorkflow("fresh", true);
+  const std::string err = ::testing::internal::GetCapturedStderr();
+  EXPECT_NE(err.find(Start("fresh")), std::string::npos) << err;
+  EXPECT_NE(other, nullptr);
+  WFbase_DestroyWorkflow(other);
   WFfolder start = WFbase_StartFolder(workflow);
   ASSERT_NE(start, nullptr);
   EXPECT_TRUE(WFbase_Modified(workflow));

@@ -1,0 +1,288 @@
+// wfinstall: the operator's tool that creates, changes and removes
+// workflows without the manager's window.
+//
+//   wfinstall [-f] [-w NAME] FILE    make the workflow FILE describes (WFdesc)
+//                                    look like that, and install it
+//   wfinstall -c [-w NAME] FILE      only check FILE against the kinds
+//   wfinstall [-f] -r NAME           remove the workflow NAME
+//
+// FILE "-" is standard input. Installing goes through the workflow model as
+// the manager's does: the workflow is read from disk (or made new), changed
+// in memory by the description, and installed, which writes only what
+// changed. A folder that the change (or the removal) would delete while it
+// still holds files is refused, and nothing is written, unless -f is given;
+// so is a workflow locked against changes.
+//
+// Results go to standard output, failures to standard error. Exit status:
+// 0 success, 1 a reported failure (a bad description or command line, a
+// refusal, an install that failed part way), 2 an internal error.
+#include <cstdio>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "base/Argument.h"
+#include "base/Catalog.h"
+#include "base/DirAcces.h"
+#include "base/Messages.h"
+#include "base/Processe.h"
+#include "base/SPrintf.h"
+#include "distribution/RWbase.h"
+#include "rc/SrcFile.h"
+#include "tools/WFdesc.h"
+#include "workflow/AutoMisc.h"
+
+namespace {
+
+char section[kSectionCap] = "wfinstall";
+
+// messages: wfinstall 1-6
+constexpr unsigned kUsageFirst = 1;
+constexpr unsigned kUsageLast = 6;
+constexpr unsigned kValid = 10;          // with the file
+constexpr unsigned kInstalled = 11;      // with the workflow
+constexpr unsigned kUnchanged = 12;      // with the workflow
+constexpr unsigned kRemoved = 13;        // with the workflow
+constexpr unsigned kFault = 20;          // with the file, the line and the fault
+constexpr unsigned kUnreadable = 21;     // with the file
+constexpr unsigned kNoName = 22;
+constexpr unsigned kBadName = 23;        // with the name
+constexpr unsigned kBroken = 24;         // with the workflow and the reasons
+constexpr unsigned kHoldsFiles = 25;     // with the folder's directory
+constexpr unsigned kNotInstalled = 26;   // with the workflow
+constexpr unsigned kNotRemoved = 27;     // with the workflow
+constexpr unsigned kNoWorkflow = 28;     // with the workflow
+constexpr unsigned kLocked = 29;         // with the workflow
+
+enum class Action { Install, Check, Remove };
+
+struct Options {
+  Action action = Action::Install;
+  bool force = false;
+  std::string name;  // -w NAME, or the workflow of -r
+  std::string file;
+};
+
+void Say(std::FILE* stream, unsigned number, StrIn first = "", StrIn second = "") {
+  TextStr text;
+  Messages_GetMsg(section, number, text);
+  if (!first.Empty()) SPrintf_String(text, first);
+  if (!second.Empty()) SPrintf_String(text, second);
+  std::fprintf(stream, "%s\n", StrIn(text).Str().c_str());
+}
+
+void Usage() {
+  for (unsigned number = kUsageFirst; number <= kUsageLast; ++number) Say(stderr, number);
+}
+
+bool GetOptions(Options& options) {
+  TextStr word;
+  while (Argument_Get(word)) {
+    const std::string text = StrIn(word).Str();
+    if (text == "-f") {
+      options.force = true;
+    } else if (text == "-c") {
+      options.action = Action::Check;
+    } else if (text == "-r" || text == "-w") {
+      if (text == "-r") options.action = Action::Remove;
+      if (!Argument_Get(word)) return false;
+      options.name = StrIn(word).Str();
+    } else if (text.size() > 1 && text[0] == '-') {
+      return false;
+    } else {
+      if (!options.file.empty()) return false;
+      options.file = text;
+    }
+  }
+  if (options.action == Action::Remove) return options.file.empty() && !options.name.empty();
+  return !options.file.empty();
+}
+
+bool ReadText(const std::string& file, std::string& text) {
+  if (file == "-") {
+    text.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+    return !std::cin.bad();
+  }
+  std::FILE* in = std::fopen(file.c_str(), "rb");
+  if (in == nullptr) return false;
+  char chunk[8192];
+  for (std::size_t got; (got = std::fread(chunk, 1, sizeof chunk, in)) > 0;) text.append(chunk, got);
+  const bool read = std::ferror(in) == 0;
+  std::fclose(in);
+  return read;
+}
+
+// --- Looking at the disk -------------------------------------------------------------------
+
+bool IsLink(StrIn path) {
+  DirAcces_Stat stat;
+  return Messages_Quietly([&] { return DirAcces_LFileStatN(path, stat); }) && stat.isLink;
+}
+
+// Refuses, unless forced, to delete a folder that still holds files (names
+// that don't begin with a dot); a start folder with its end and error
+// directories. A start behind a link keeps its directory.
+bool MayDelete(WFbase workflow, const std::vector<WFfolder>& folders, bool force) {
+  if (force) return true;
+  bool may = true;
+  for (WFfolder folder : folders) {
+    PathStr path;
+    WFfolder_GetPath(folder, path);
+    std::vector<std::string> dirs;
+    const bool start = WFfolder_Kind(folder) == kWFfolderStart;
+    if (!WFfolder_PassiveEnd(folder) && !(start && IsLink(path))) dirs.push_back(StrIn(path).Str());
+    if (start) {
+      PathStr dir;
+      WFbase_GetDefaultOutdir(workflow, dir);
+      dirs.push_back(StrIn(dir).Str());
+      WFbase_GetErrordir(workflow, dir);
+      dirs.push_back(StrIn(dir).Str());
+    }
+    for (const std::string& dir : dirs) {
+      if (!AutoMisc_HoldsFiles(dir, start && dir == StrIn(path).Str())) continue;
+      Say(stderr, kHoldsFiles, dir);
+      may = false;
+    }
+  }
+  return may;
+}
+
+bool Unlocked(StrIn name, bool force) {
+  if (force || !WFbase_WorkflowLockedByName(name)) return true;
+  Say(stderr, kLocked, name);
+  return false;
+}
+
+bool StartExists(StrIn name) {
+  PathStr start;
+  WFbase_GetStartPath(name, start);
+  DirAcces_Stat stat;
+  return Messages_Quietly([&] { return DirAcces_LFileStatN(start, stat); });
+}
+
+// The workflow as it stands on disk, or a new one when there is none (or
+// only a start directory that a failed install left without its rc).
+WFbase Open(StrIn name, WFbase_AnswerProc answer) {
+  if (WFbase workflow = WFbase_RebuildWorkflowStart(name); workflow != WFbase_NilWorkflow()) {
+    WFbase_DestroyWorkflow(workflow);
+    TextStr reason;
+    workflow = WFbase_RebuildWorkflow(name, answer, reason);
+    if (workflow == WFbase_NilWorkflow()) Say(stderr, kBroken, name, reason);
+    return workflow;
+  }
+  return WFbase_CreateWorkflow(name, false);
+}
+
+bool Repair(StrIn) { return true; }
+
+// --- The actions ------------------------------------------------------------------------------
+
+bool Install(const Options& options) {
+  std::string text;
+  if (!ReadText(options.file, text)) {
+    Say(stderr, kUnreadable, options.file);
+    return false;
+  }
+  WFdesc_Description description;
+  WFdesc_Error error;
+  const auto fault = [&] {
+    TextStr line;
+    Messages_GetMsg(section, kFault, line);
+    SPrintf_String(line, options.file);
+    SPrintf_Card(line, error.line);
+    SPrintf_String(line, error.text);
+    std::fprintf(stderr, "%s\n", StrIn(line).Str().c_str());
+    return false;
+  };
+  if (!WFdesc_Parse(text.data(), text.size(), description, error)) return fault();
+  const std::string name = !options.name.empty() ? options.name : StrIn(description.workflow).Str();
+  if (name.empty()) {
+    Say(stderr, kNoName);
+    return false;
+  }
+  if (!WFdesc_ValidWorkflowName(name)) {
+    Say(stderr, kBadName, name);
+    return false;
+  }
+  if (options.action == Action::Install && !Unlocked(name, options.force)) return false;
+  WFbase workflow = Open(name, WFbase_NoAnswer);
+  if (workflow == WFbase_NilWorkflow()) return false;
+  std::vector<WFfolder> removed;
+  bool ok = WFdesc_Apply(description, workflow, removed, error) || fault();
+  if (ok && options.action == Action::Check) {
+    Say(stdout, kValid, options.file);
+  } else if (ok) {
+    ok = MayDelete(workflow, removed, options.force);
+    if (ok && WFbase_Modified(workflow)) {
+      ok = WFbase_InstallWorkflow(workflow);
+      Say(ok ? stdout : stderr, ok ? kInstalled : kNotInstalled, name);
+    } else if (ok) {
+      // Nothing to write: the demon and the remote watch still catch up on
+      // what an earlier, failed install left out.
+      ok = WFbase_UpdateDemonConfig(workflow) && WFbase_UpdateRemoteWatchConfig(workflow, false);
+      Say(ok ? stdout : stderr, ok ? kUnchanged : kNotInstalled, name);
+    }
+  }
+  WFbase_DestroyWorkflow(workflow);
+  return ok;
+}
+
+bool Remove(const Options& options) {
+  const StrIn name(options.name);
+  if (!WFdesc_ValidWorkflowName(name)) {
+    Say(stderr, kBadName, name);
+    return false;
+  }
+  if (!StartExists(name)) {
+    Say(stderr, kNoWorkflow, name);
+    return false;
+  }
+  if (!Unlocked(name, options.force)) return false;
+  // A broken branch is read as far as it goes: all of that is removed.
+  WFbase workflow = Open(name, Repair);
+  if (workflow == WFbase_NilWorkflow()) return false;
+  std::vector<WFfolder> folders;
+  WFbase_FolderList list = WFbase_GetAllFolders(workflow);
+  for (WFbase_FolderList entry = list; entry != nullptr; entry = entry->next) folders.push_back(entry->folder);
+  WFbase_DestroyFolderList(list);
+  if (!MayDelete(workflow, folders, options.force)) {
+    WFbase_DestroyWorkflow(workflow);
+    return false;
+  }
+  const bool ok = WFbase_UninstallWorkflow(workflow);
+  Say(ok ? stdout : stderr, ok ? kRemoved : kNotRemoved, name);
+  return ok;
+}
+
+bool Run() {
+  Options options;
+  if (!GetOptions(options)) {
+    Usage();
+    return false;
+  }
+  // Batch work: messages go to standard error, every question is a yes.
+  WFbase_SetFeedback(false);
+  AutoMisc_SetFeedback(false);
+  return options.action == Action::Remove ? Remove(options) : Install(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Argument_Init(argc, argv);
+  Processe_Init();
+  Messages_Init();
+  Catalog_Init();
+  DirAcces_Init();
+  SrcFile_Init();
+  RWbase_Init();
+  WFdesc_Init();
+  Messages_UseMsgCat("WFINSTALLmsg");
+  // Anything that does not explicitly succeed leaves with 1.
+  Processe_SetExitStatus(1);
+  if (Run()) Processe_SetExitStatus(0);
+  Processe_Exit();
+  return Processe_GetExitStatus();
+}
