@@ -32,10 +32,7 @@ int startX = 0, startY = 0;
 NameStr tipText;
 W_Point tipLowerLeft, tipUpperRight;
 
-int Level() {
-  if (WtToolTip_level < 0) WtToolTip_level = DirAcces_CheckFlag("NOTOOLTIPS") ? 0 : 1;
-  return WtToolTip_level;
-}
+int Level() { return WtToolTip_Level(); }
 
 void TellShell(Widget w, StrIn text) {
   auto shell = static_cast<CWShell>(CWShell_GetShellWidget(w));
@@ -165,6 +162,11 @@ void WtToolTip_HandleEvent(Widget widget, W_Event& event) {
     if (visible) WtToolTip_PopDown();
     else if (launched) WtToolTip_Launch(true);
   }
+}
+
+int WtToolTip_Level() {
+  if (WtToolTip_level < 0) WtToolTip_level = DirAcces_CheckFlag("NOTOOLTIPS") ? 0 : 1;
+  return WtToolTip_level;
 }
 
 void WtToolTip_SetLevel(int level, bool show) {

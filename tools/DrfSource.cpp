@@ -223,11 +223,11 @@ class Parser {
     elements_.clear();
     while (IsWord("value"))
       if (!Value(*context)) return false;
-    while (!IsPunct('}')) {
-      if (tok_.kind == Tok::End) return Fault("'}' expected");
+    if (!IsPunct('}')) {
       context->robjs.emplace_back();
       if (!Widget(context->robjs.back())) return false;
     }
+    if (!IsPunct('}')) return Fault(tok_.kind == Tok::End ? "'}' expected" : "a dialog has one widget at the top");
     if (!Advance()) return false;
     catalog_.contexts.push_back(std::move(context));
     return true;

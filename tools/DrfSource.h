@@ -9,6 +9,8 @@
 //     ...
 //     KEYWORD [value NUMBER] [element NUMBER] [: TEMPLATE] [ATTRS] [{ WIDGETS }]
 //   }
+//   A context has its values first, then one widget at the top (usually a
+//   SHELL), which holds the others.
 //   ATTRS is "[" NAME = LITERAL, ... "]" (the commas may be left out).
 //   LITERAL: true, false, an integer (4 bytes), a real with a point or an
 //   exponent (8 bytes), 'c' (the character's code as an integer), a text
