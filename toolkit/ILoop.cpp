@@ -235,6 +235,13 @@ void I_SingleEventLoopIteration() {
     WtEvents_ExecuteDeferredActions();
     return;
   }
+  // Waiting for the next event ends on a signal too (SIGTERM sets the
+  // flag that leaves the loop).
+  if (!WtEvents_Pending()) {
+    W_WaitForEvents(-1);
+    WtEvents_ExecuteDeferredActions();
+    return;
+  }
   W_Event event;
   WtEvents_NextEvent(event);
   if (IsButtonOrKey(event)) {
