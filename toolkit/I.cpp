@@ -9,6 +9,7 @@
 #include "base/SIdPool.h"
 #include "rc/SrcFile.h"
 #include "toolkit/CObject.h"
+#include "toolkit/CWLabel.h"
 #include "toolkit/CWShell.h"
 #include "toolkit/Ibase.h"
 #include "toolkit/IdlgCat.h"
@@ -141,6 +142,18 @@ void ShellToolTip(Widget, StrIn text, W_Point, W_Point, std::uintptr_t data) {
   if (c->toolTipProc != nullptr) c->toolTipProc(c, text, c->toolTipData);
 }
 
+// The tool tip's window is the dialog "WtEvents_ToolTip_Std" (element 2 the
+// shell, element 3 the text).
+bool MakeToolTipWindow(Widget& shell, Widget& label) {
+  return Messages_Quietly([&] {
+    I_Context tip = I_Create("WtEvents_ToolTip_Std", false);
+    if (tip == nullptr) return false;
+    shell = I_AccessWidget(tip, 2);
+    label = I_AccessWidget(tip, 3);
+    return CWShell_IsShellWidget(shell) && WtBase_InstanceOf(label, CWLabel_class);
+  });
+}
+
 }  // namespace
 
 void I_Init() {
@@ -152,6 +165,7 @@ void I_Init() {
   IdlgCat_Init();
   Wt_Initialize();
   I_Init_Loop();
+  WtToolTip_SetWindowMaker(MakeToolTipWindow);
   // Without the base dialogs the program still runs; message boxes fall
   // back to standard error.
   Messages_Quietly([] { return IdlgCat_UseCatalog("marldlg"); });
