@@ -11,6 +11,7 @@
 #include <string>
 
 #include "base/Messages.h"
+#include "bench/BenchSettle.h"
 #include "toolkit/CWShell.h"
 #include "toolkit/I.h"
 #include "toolkit/WtBase.h"
@@ -49,19 +50,6 @@ bool WriteCatalog() {
   return used;
 }
 
-void Settle() {
-  do {
-    W_Sync(false);
-    while (WtEvents_Pending()) {
-      W_Event e;
-      WtEvents_NextEvent(e);
-      WtEvents_DispatchEvent(e);
-      WtEvents_ExecuteDeferredActions();
-    }
-    W_Sync(false);
-  } while (WtEvents_Pending());
-}
-
 void BM_OpenDialogOf200Fields(benchmark::State& state) {
   Messages_Init();
   I_Init();
@@ -72,10 +60,10 @@ void BM_OpenDialogOf200Fields(benchmark::State& state) {
   for (auto _ : state) {
     I_Context dialog = I_Create("Bench_Fields", true);
     WtEvents_ExecuteDeferredActions();
-    Settle();
+    Bench_Settle();
     state.PauseTiming();
     I_Destroy(dialog);
-    Settle();
+    Bench_Settle();
     state.ResumeTiming();
   }
 }

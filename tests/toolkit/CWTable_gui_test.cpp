@@ -11,10 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "base/Messages.h"
-#include "tests/support/TestFiles.h"
+#include "tests/toolkit/TestDialogs.h"
 #include "tests/toolkit/XUser.h"
-#include "tests/toolkit/XvfbServer.h"
 #include "toolkit/CWShell.h"
 #include "toolkit/I.h"
 // Xlib last: its macros would hide names of the headers above.
@@ -166,12 +164,6 @@ TEST_F(TableTest, TheHeaderSortsAndTheKeyKeepsTheTopRow) {
   EXPECT_EQ(NameAt(CWTable_TopRow(w_)), top);
 }
 
-const bool site = UseBuildTreeSite([] {
-  ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/tests/env:" FLOATDECK_BINARY_DIR "/env", 1);
-  Messages_Init();
-  I_Init();
-  I_UseContextCat("ITESTdlg");
-});
-const bool server = UseXvfb();
+const bool environment = UseTestDialogs();
 
 }  // namespace

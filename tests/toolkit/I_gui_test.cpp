@@ -16,9 +16,8 @@
 
 #include "base/Messages.h"
 #include "base/Utility.h"
-#include "tests/support/TestFiles.h"
+#include "tests/toolkit/TestDialogs.h"
 #include "tests/toolkit/XUser.h"
-#include "tests/toolkit/XvfbServer.h"
 #include "toolkit/CWShell.h"
 #include "toolkit/CWTextIO.h"
 #include "toolkit/CWToggle.h"
@@ -289,16 +288,10 @@ TEST_F(ITest, SIGTERMLeavesTheLoopThroughTheMainContextsCloseCallback) {
   EXPECT_TRUE(closedLeaving);
 }
 
-const bool site = UseBuildTreeSite([] {
-  // The tests' dialogs first, then the installation's.
-  ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/tests/env:" FLOATDECK_BINARY_DIR "/env", 1);
-  Messages_Init();
-  I_Init();
+const bool environment = UseTestDialogs([] {
   WtTypes_DeclareType("ITestBlock", sizeof(Block));
   I_AnnounceWidget("PAIR", CreatePair, 0);
   I_AnnounceINTEGER("PAIR", PutPair);
-  I_UseContextCat("ITESTdlg");
 });
-const bool server = UseXvfb();
 
 }  // namespace

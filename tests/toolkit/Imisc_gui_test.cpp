@@ -9,11 +9,9 @@
 #include <cstring>
 #include <string>
 
-#include "base/Messages.h"
 #include "base/SIdPool.h"
-#include "tests/support/TestFiles.h"
+#include "tests/toolkit/TestDialogs.h"
 #include "tests/toolkit/XUser.h"
-#include "tests/toolkit/XvfbServer.h"
 #include "toolkit/CWShell.h"
 #include "toolkit/Ibase.h"
 // Xlib last: its macros would hide names of the headers above.
@@ -101,12 +99,6 @@ TEST_F(ImiscTest, TheCatalogOpenedLastIsAskedFirst) {
   EXPECT_EQ(plan_.title, "Test notice");
 }
 
-const bool site = UseBuildTreeSite([] {
-  ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/tests/env:" FLOATDECK_BINARY_DIR "/env", 1);
-  Messages_Init();
-  I_Init();
-  I_UseContextCat("ITESTdlg");
-});
-const bool server = UseXvfb();
+const bool environment = UseTestDialogs();
 
 }  // namespace
