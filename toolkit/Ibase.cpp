@@ -83,8 +83,8 @@ void SetDefault(Ibase_AObj* a, SAttribs attrs) {
     case WtTypes_kCardinal: a->value = WtTypes_Cardinal(static_cast<std::uint32_t>(Number(given, true))); break;
     case WtTypes_kReal: a->value = WtTypes_Real(Number(given, false)); break;
     case WtTypes_kString: {
-      const std::size_t length = std::min<std::size_t>(given->size, 128);
-      a->value = WtTypes_String(StrIn(reinterpret_cast<const char*>(given->bytes), length));
+      const char* text = reinterpret_cast<const char*>(given->bytes);
+      a->value = WtTypes_String(std::string(text, strnlen(text, std::min<std::size_t>(given->size, 128))));
       break;
     }
     default:

@@ -222,7 +222,8 @@ class Encoder {
       Card(n->size);
       if (n->size == 0) continue;
       if (type == IdlgCat_tString)
-        String(StrIn(reinterpret_cast<const char*>(n->bytes), n->size));
+        String(std::string(reinterpret_cast<const char*>(n->bytes),
+                           strnlen(reinterpret_cast<const char*>(n->bytes), n->size)));
       else
         bytes.insert(bytes.end(), n->bytes, n->bytes + n->size);
     }
