@@ -8,6 +8,7 @@
 
 #include <string>
 
+#include "bench/BenchSettle.h"
 #include "toolkit/CWHVBox.h"
 #include "toolkit/CWIOFld.h"
 #include "toolkit/CWLabel.h"
@@ -43,20 +44,6 @@ Widget BuildShell() {
   return shell;
 }
 
-// Dispatches until the server has nothing more to tell.
-void Settle() {
-  do {
-    W_Sync(false);
-    while (WtEvents_Pending()) {
-      W_Event e;
-      WtEvents_NextEvent(e);
-      WtEvents_DispatchEvent(e);
-      WtEvents_ExecuteDeferredActions();
-    }
-    W_Sync(false);
-  } while (WtEvents_Pending());
-}
-
 bool Ready(benchmark::State& state) {
   Wt_Initialize();
   if (WtBase_AssertDisplayOpen()) return true;
@@ -72,9 +59,9 @@ void BM_CreateMapAndLayOut500(benchmark::State& state) {
     WtEvents_ExecuteDeferredActions();
     W_Sync(false);
     state.PauseTiming();
-    Settle();
+    Bench_Settle();
     Wt_DestroyWidget(shell);
-    Settle();
+    Bench_Settle();
     state.ResumeTiming();
   }
 }
@@ -84,17 +71,17 @@ void BM_FullExposure500(benchmark::State& state) {
   if (!Ready(state)) return;
   Widget shell = BuildShell();
   CWShell_Popup(shell, 0);
-  Settle();
+  Bench_Settle();
   for (auto _ : state) {
     state.PauseTiming();
     CWCore_UnmapWindow(shell);
-    Settle();
+    Bench_Settle();
     state.ResumeTiming();
     CWCore_MapWindow(shell);
-    Settle();
+    Bench_Settle();
   }
   Wt_DestroyWidget(shell);
-  Settle();
+  Bench_Settle();
 }
 BENCHMARK(BM_FullExposure500)->Unit(benchmark::kMillisecond);
 

@@ -16,6 +16,7 @@
 #include "image/SItiff.h"
 #include "jobqueue/CCjobClass.h"
 #include "rc/SrcFile.h"
+#include "toolkit/I.h"
 #include "workflow/WFbase.h"
 #include "workflow/WFdebug.h"
 #include "workflow/WFfolder.h"
@@ -96,8 +97,9 @@ void Floatdeck_Main(int argc, const char* const* argv) {
   // 1. Modules, imports first.
   Argument_Init(argc, argv);
   InitModules();
-  // 2. The program's own catalog is searched first from now on.
+  // 2. The program's own catalogs are searched first from now on.
   Messages_UseMsgCat("FLOATDECKmsg");
+  I_UseContextCat("FLOATDECKdlg");
   // 3. This machine and this installation.
   DirAcces_GetMachineName(Floatdeck_thisHost);
   Floatdeck_privilegedUser = false;

@@ -1,15 +1,17 @@
 #!/usr/bin/env bash
-# Takes a screenshot of the toolkit's sample dialog (the program wtdemo) on a
+# Takes a screenshot of a demonstration dialog (the program wtdemo) on a
 # private X server and saves it as a PNG cut to the dialog.
 #
-#   scripts/screenshot.sh [OUTPUT.png] [BUILD_DIR]
+#   scripts/screenshot.sh [OUTPUT.png] [BUILD_DIR] [WTDEMO OPTIONS]
 #
-# OUTPUT defaults to docs/wtdemo.png, BUILD_DIR to build. Set TV_DISABLE_XFT=1
-# to see the dialog in the server's core fonts.
+# OUTPUT defaults to docs/wtdemo.png, BUILD_DIR to build; the options go to
+# wtdemo ("-d": the dialog of the dialog catalog). Set TV_DISABLE_XFT=1 to
+# see the dialog in the server's core fonts.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 out=${1:-docs/wtdemo.png}
 build=${2:-build}
+shift $(( $# < 2 ? $# : 2 ))
 [ -x "$build/bin/wtdemo" ] || cmake --build "$build" --target wtdemo
 
 work=$(mktemp -d)
@@ -33,7 +35,7 @@ for _ in $(seq 300); do
 done
 display=":$(tr -d '\n' <"$work/display")"
 
-DISPLAY=$display TMP=$work TV_NO_RUN_FILE=1 "$build/bin/wtdemo" -r "$work/ready" &
+DISPLAY=$display TMP=$work TV_NO_RUN_FILE=1 "$build/bin/wtdemo" "$@" -r "$work/ready" &
 demo=$!
 for _ in $(seq 300); do
   [ -e "$work/ready" ] && break

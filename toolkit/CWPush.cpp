@@ -82,6 +82,12 @@ void MyExpose(Widget w, const Regions_Region* region, W_Event& event) {
   w->elevated = elevated;
 }
 
+// A button reports its own number: a number shown on it changes nothing,
+// a text becomes its label.
+void MySetValue(Widget w, const WidgetValue& value) {
+  if (WtTypes_KindOf(value.widgetType) == WtTypes_kString) Super()->SetValue(w, value);
+}
+
 void MyUnrealize(Widget w) {
   StopRepeat(AsPush(w));
   AsPush(w)->armed = false;
@@ -95,6 +101,7 @@ void MyInitClass(Classes_ClassPtr c, void* prototype) {
   auto* p = static_cast<CWPush_Rec*>(prototype);
   cls->Expose = MyExpose;
   cls->Unrealize = MyUnrealize;
+  cls->SetValue = MySetValue;
   cls->AcceptFocus = CWLabel_AcceptFocusLook;
   cls->ReleaseFocus = CWLabel_ReleaseFocusLook;
   cls->Activate = Activate;

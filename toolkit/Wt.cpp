@@ -11,6 +11,7 @@
 #include "toolkit/CWLabel.h"
 #include "toolkit/CWPush.h"
 #include "toolkit/CWShell.h"
+#include "toolkit/CWTable.h"
 #include "toolkit/CWTextIO.h"
 #include "toolkit/CWToggle.h"
 #include "toolkit/WtBase.h"
@@ -33,6 +34,7 @@ void Wt_Initialize() {
   CWToggle_CreateClass();
   CWTextIO_CreateClass();
   CWIOFld_CreateClass();
+  CWTable_CreateClass();
 }
 
 Widget Wt_CreateWidget(Widget parent, Classes_ClassPtr cls, SAttribs attrList) {

@@ -32,10 +32,7 @@ int startX = 0, startY = 0;
 NameStr tipText;
 W_Point tipLowerLeft, tipUpperRight;
 
-int Level() {
-  if (WtToolTip_level < 0) WtToolTip_level = DirAcces_CheckFlag("NOTOOLTIPS") ? 0 : 1;
-  return WtToolTip_level;
-}
+int Level() { return WtToolTip_Level(); }
 
 void TellShell(Widget w, StrIn text) {
   auto shell = static_cast<CWShell>(CWShell_GetShellWidget(w));
@@ -43,8 +40,15 @@ void TellShell(Widget w, StrIn text) {
     shell->toolTipCallback(shell, text, tipLowerLeft, tipUpperRight, shell->toolTipData);
 }
 
+WtToolTip_WindowMaker windowMaker = nullptr;
+
 void MakeTipWindow() {
   if (tipShell != nullptr) return;
+  if (windowMaker != nullptr && windowMaker(tipShell, tipLabel)) {
+    static_cast<CWShell>(tipShell)->isToolTip = true;
+    return;
+  }
+  tipShell = tipLabel = nullptr;
   SAttribs attrs = nullptr;
   SAttribs_AddBool(attrs, "overrideRedirect", true);
   SAttribs_AddBool(attrs, "saveUnder", true);
@@ -165,6 +169,13 @@ void WtToolTip_HandleEvent(Widget widget, W_Event& event) {
     if (visible) WtToolTip_PopDown();
     else if (launched) WtToolTip_Launch(true);
   }
+}
+
+void WtToolTip_SetWindowMaker(WtToolTip_WindowMaker maker) { windowMaker = maker; }
+
+int WtToolTip_Level() {
+  if (WtToolTip_level < 0) WtToolTip_level = DirAcces_CheckFlag("NOTOOLTIPS") ? 0 : 1;
+  return WtToolTip_level;
 }
 
 void WtToolTip_SetLevel(int level, bool show) {

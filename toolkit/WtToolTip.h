@@ -22,6 +22,12 @@ void WtToolTip_PopDown();
 bool WtToolTip_UpdateWidget(Widget widget, int x, int y);
 // Starts (true) the wait for the tip, or stops it.
 void WtToolTip_Launch(bool on);
+// Makes the tip window: a shell and the label in it that shows the text.
+// False when it can't; the toolkit's own window is used then.
+using WtToolTip_WindowMaker = bool (*)(Widget& shell, Widget& label);
+void WtToolTip_SetWindowMaker(WtToolTip_WindowMaker maker);
+// The level (1, or 0 with the flag, until set).
+int WtToolTip_Level();
 // Sets the level; tips turned off are popped down and shells told.
 void WtToolTip_SetLevel(int level, bool show);
 // The widget is going away.

@@ -14,6 +14,7 @@
 
 #include "base/Messages.h"
 #include "tests/support/TestFiles.h"
+#include "tests/toolkit/XUser.h"
 #include "tests/toolkit/XvfbServer.h"
 #include "toolkit/CWIOFld.h"
 #include "toolkit/CWShell.h"
@@ -43,29 +44,9 @@ void Report(Widget w, std::uintptr_t name, WidgetValue* value) {
 
 void Close(Widget, std::uintptr_t) { ++closes; }
 
-// Dispatches events until `done` holds; false when 20 seconds passed first.
-template <class Done>
-bool Pump(Done done) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  for (;;) {
-    WtEvents_ExecuteDeferredActions();
-    while (WtEvents_Pending()) {
-      W_Event e;
-      WtEvents_NextEvent(e);
-      WtEvents_DispatchEvent(e);
-      WtEvents_ExecuteDeferredActions();
-    }
-    if (done()) return true;
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    W_Flush();
-    W_WaitForEvents(50);
-  }
-}
-
 class ShellTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    user_ = XOpenDisplay(nullptr);  // the test's own connection: the "user"
     ASSERT_NE(user_, nullptr);
     reports.clear();
     closes = 0;
@@ -81,7 +62,6 @@ class ShellTest : public ::testing::Test {
   void TearDown() override {
     WtSample_Destroy(s_);
     W_Sync(false);
-    XCloseDisplay(user_);
   }
 
   // The server's place of a widget's window in the shell's inner window.
@@ -89,30 +69,9 @@ class ShellTest : public ::testing::Test {
     Window child;
     XTranslateCoordinates(user_, w->window, s_.shell->window, 0, 0, &x, &top, &child);
   }
-  void PointAt(Widget w) {
-    int x, y;
-    Window child;
-    XTranslateCoordinates(user_, w->window, DefaultRootWindow(user_), w->width / 2, w->height / 2, &x, &y, &child);
-    XTestFakeMotionEvent(user_, -1, x, y, 0);
-  }
-  void Click(Widget w) {
-    PointAt(w);
-    XTestFakeButtonEvent(user_, 1, True, 0);
-    XTestFakeButtonEvent(user_, 1, False, 0);
-    XFlush(user_);
-  }
-  void Press(KeySym sym, KeySym modifier = NoSymbol) {
-    const KeyCode mod = modifier != NoSymbol ? XKeysymToKeycode(user_, modifier) : 0;
-    const KeyCode key = XKeysymToKeycode(user_, sym);
-    if (mod != 0) XTestFakeKeyEvent(user_, mod, True, 0);
-    XTestFakeKeyEvent(user_, key, True, 0);
-    XTestFakeKeyEvent(user_, key, False, 0);
-    if (mod != 0) XTestFakeKeyEvent(user_, mod, False, 0);
-    XFlush(user_);
-  }
-  void Type(const std::string& text) {
-    for (const char c : text) Press(static_cast<KeySym>(c), std::isupper(c) ? XK_Shift_L : NoSymbol);
-  }
+  void Click(Widget w) { xuser_.Click(w); }
+  void Press(KeySym sym, KeySym modifier = NoSymbol) { xuser_.Press(sym, modifier); }
+  void Type(const std::string& text) { xuser_.Type(text); }
   bool TextIs(Widget w, const std::string& text) {
     return Pump([&] { return CWTextIO_GetText(w).Str() == text; });
   }
@@ -130,7 +89,8 @@ class ShellTest : public ::testing::Test {
     return ink;
   }
 
-  Display* user_ = nullptr;
+  XUser xuser_;
+  Display* user_ = xuser_.display();
   WtSample s_;
 };
 

@@ -1,0 +1,648 @@
+#include "toolkit/CWTable.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "toolkit/CObject.h"
+#include "toolkit/CWShell.h"
+#include "toolkit/WtColors.h"
+#include "toolkit/WtDraw.h"
+#include "toolkit/WtEvents.h"
+#include "toolkit/WtWnds.h"
+
+Classes_ClassPtr CWTable_class = nullptr;
+
+struct CWTable_State {
+  std::vector<WtTableD_Record*> rows;  // in the order shown
+  std::vector<W_Pixmap> icons;
+  bool iconsLoaded = false;
+  std::vector<int> columnX, columnWidth;  // in the window
+  std::size_t top = 0;                    // the first row shown
+  std::size_t anchor = 0;                 // where a Shift range starts
+  int sortColumn = -1;
+  bool sortDescending = false;
+  bool focused = false;
+  bool dragging = false;      // the scroll bar's thumb
+  int dragOffset = 0;
+  bool changedOnPress = false;
+  bool pressedOnRow = false;
+};
+
+namespace {
+
+std::uint32_t descrAT;
+
+constexpr int kScrollBar = 14;
+constexpr int kIconGap = 3;
+constexpr std::size_t kMaxRows = 10000000;  // a longer list is taken for a loop
+constexpr std::int32_t kHeader = -2, kNone = -1;
+const W_Color kShade{240, 240, 235};
+const W_Color kGrid{200, 200, 195};
+
+CWTable AsTable(Widget w) { return static_cast<CWTable>(w); }
+CWCore_ClassRec* Super() { return static_cast<CWCore_ClassRec*>(CWGroup_class); }
+WtTableD_Table Descr(CWTable t) { return t->internTableDescr; }
+
+int Margin(Widget w) { return std::max(w->frameWidth, 0) + static_cast<int>(w->borderWidth); }
+
+// --- Measures ----------------------------------------------------------------------------
+
+int LineHeight(int size, bool mono, int* descent = nullptr) {
+  int width, ascent, down;
+  W_TextExtents(size, mono, StrIn("Ag"), width, ascent, down);
+  if (descent != nullptr) *descent = down;
+  return ascent + down;
+}
+
+void LoadIcons(CWTable t) {
+  CWTable_State& s = *t->state;
+  if (s.iconsLoaded) return;
+  s.iconsLoaded = true;
+  const std::string path = CAttribs_Text(t->iconPath).Str();
+  for (const CAttribs_String& list : t->iconList) {
+    const std::string names = CAttribs_Text(list).Str();
+    std::size_t at = 0;
+    while ((at = names.find_first_not_of(" \t", at)) != std::string::npos) {
+      const std::size_t end = std::min(names.find_first_of(" \t", at), names.size());
+      std::string name = names.substr(at, end - at);
+      if (!path.empty() && name[0] != '/') name = path + "/" + name;
+      int width, height;
+      s.icons.push_back(WtDraw_LoadIcons(name, width, height));
+      at = end;
+    }
+  }
+}
+
+void ReleaseIcons(CWTable t) {
+  for (W_Pixmap& icon : t->state->icons) WtDraw_ReleaseIcons(icon);
+  t->state->icons.clear();
+  t->state->iconsLoaded = false;
+}
+
+W_Pixmap Icon(CWTable t, int index, int& width, int& height) {
+  width = height = 0;
+  LoadIcons(t);
+  if (index < 0 || static_cast<std::size_t>(index) >= t->state->icons.size()) return 0;
+  const W_Pixmap icon = t->state->icons[static_cast<std::size_t>(index)];
+  if (icon != 0) W_GetPixmapGeometry(icon, width, height);
+  return icon;
+}
+
+int RowHeight(CWTable t) {
+  if (t->rowHeight > 0) return t->rowHeight;
+  int h = std::max(LineHeight(t->fontSize, t->fontFixed), static_cast<int>(t->cellHeight));
+  if (!t->ignoreIconHeights && t->realized) {
+    LoadIcons(t);
+    for (const W_Pixmap icon : t->state->icons) {
+      int width, height;
+      if (icon != 0 && W_GetPixmapGeometry(icon, width, height)) h = std::max(h, height);
+    }
+  }
+  return h + 2 * t->cellVertBorder;
+}
+
+int HeaderSize(CWTable t) { return t->smallHeader ? 1 : t->fontSize; }
+
+int HeaderHeight(CWTable t) {
+  return t->showHeader ? LineHeight(HeaderSize(t), false) + 2 * t->cellVertBorder + 4 : 0;
+}
+
+// The width a column wants: its header, and its cells (icons and texts).
+int NaturalWidth(CWTable t, WtTableD_Column c, bool withRows) {
+  if (WtTableD_KindOf(c) == WtTableD_kNull) return WtTableD_NullWidth(c);
+  int width = WtDraw_StringWidth(HeaderSize(t), false, WtTableD_Header(c));
+  if (withRows) {
+    for (const WtTableD_Record* r : t->state->rows) {
+      int iconWidth, iconHeight;
+      const std::string text = WtTableD_CellText(c, r);
+      const int icon = Icon(t, WtTableD_CellIcon(c, r), iconWidth, iconHeight) != 0 ? iconWidth : 0;
+      const int cell = icon + (icon > 0 && !text.empty() ? kIconGap : 0) +
+                       (text.empty() ? 0 : WtDraw_StringWidth(t->fontSize, t->fontFixed, text));
+      width = std::max(width, std::min(cell, 600));
+    }
+  }
+  return width + 2 * t->cellHoriBorder + 4;
+}
+
+// --- Layout ------------------------------------------------------------------------------
+
+struct Area {
+  int left, right, bottom, rowsTop, top;  // rowsTop: under the header
+};
+
+Area InnerArea(CWTable t) {
+  const int m = Margin(t);
+  Area a{m, t->width - m - kScrollBar, m, 0, t->height - m};
+  a.rowsTop = a.top - HeaderHeight(t);
+  return a;
+}
+
+std::size_t VisibleRows(CWTable t) {
+  const Area a = InnerArea(t);
+  return static_cast<std::size_t>(std::max(1, (a.rowsTop - a.bottom) / RowHeight(t)));
+}
+
+void ClampTop(CWTable t) {
+  CWTable_State& s = *t->state;
+  const std::size_t visible = VisibleRows(t);
+  s.top = s.rows.size() > visible ? std::min(s.top, s.rows.size() - visible) : 0;
+}
+
+// Column places: each column its natural width, the rest by fill-up weights.
+void Layout(CWTable t) {
+  CWTable_State& s = *t->state;
+  const std::size_t n = WtTableD_ColumnCount(Descr(t));
+  s.columnX.assign(n, 0);
+  s.columnWidth.assign(n, 0);
+  if (n == 0) return;
+  const Area a = InnerArea(t);
+  int used = 0;
+  unsigned weights = 0;
+  for (std::size_t i = 0; i < n; ++i) {
+    WtTableD_Column c = WtTableD_GetColumn(Descr(t), i);
+    s.columnWidth[i] = NaturalWidth(t, c, WtTableD_FillUpWeight(c) == 0);
+    used += s.columnWidth[i];
+    weights += WtTableD_FillUpWeight(c);
+  }
+  int free = a.right - a.left - used;
+  if (free > 0 && weights > 0) {
+    // Shares in proportion; the pixels the division leaves go to the first.
+    int given = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+      const unsigned weight = WtTableD_FillUpWeight(WtTableD_GetColumn(Descr(t), i));
+      const int share = static_cast<int>(static_cast<long long>(free) * weight / weights);
+      s.columnWidth[i] += share;
+      given += share;
+    }
+    for (std::size_t i = 0; i < n && given < free; ++i)
+      if (WtTableD_FillUpWeight(WtTableD_GetColumn(Descr(t), i)) > 0) ++s.columnWidth[i], ++given;
+  }
+  int x = a.left;
+  for (std::size_t i = 0; i < n; ++i) {
+    s.columnX[i] = x;
+    x += s.columnWidth[i];
+  }
+  ClampTop(t);
+}
+
+void Sort(CWTable t) {
+  CWTable_State& s = *t->state;
+  WtTableD_Column c = WtTableD_GetColumn(Descr(t), static_cast<std::size_t>(std::max(s.sortColumn, 0)));
+  if (s.sortColumn < 0 || c == nullptr) return;
+  WtTableD_Column key = WtTableD_KeyColumn(Descr(t));
+  std::stable_sort(s.rows.begin(), s.rows.end(), [&](const WtTableD_Record* x, const WtTableD_Record* y) {
+    int order = WtTableD_Compare(c, x, y);
+    if (order == 0 && key != nullptr) order = WtTableD_Compare(key, x, y);
+    return s.sortDescending ? order > 0 : order < 0;
+  });
+}
+
+// Where a point lies: a row, the header, or none.
+std::int32_t RowAt(CWTable t, int y) {
+  const Area a = InnerArea(t);
+  if (y >= a.rowsTop) return y < a.top ? kHeader : kNone;
+  if (y < a.bottom) return kNone;
+  const std::size_t row = t->state->top + static_cast<std::size_t>((a.rowsTop - 1 - y) / RowHeight(t));
+  return row < t->state->rows.size() ? static_cast<std::int32_t>(row) : kNone;
+}
+
+int ColumnAt(CWTable t, int x) {
+  const CWTable_State& s = *t->state;
+  for (std::size_t i = 0; i < s.columnX.size(); ++i)
+    if (x >= s.columnX[i] && x < s.columnX[i] + s.columnWidth[i]) return static_cast<int>(i);
+  return -1;
+}
+
+// --- Drawing -----------------------------------------------------------------------------
+
+void DrawCellText(CWTable t, W_GC gc, int x, int width, int bottom, int height, int size, const std::string& text,
+                  std::uint8_t align) {
+  if (text.empty() || width <= 0) return;
+  int descent;
+  const int line = LineHeight(size, t->fontFixed && size == t->fontSize, &descent);
+  const int textWidth = WtDraw_StringWidth(size, t->fontFixed, text);
+  const int room = width - 2 * t->cellHoriBorder - 4;
+  const int left = x + t->cellHoriBorder + 2 +
+                   (align == 1 ? (room - textWidth) / 2 : align == 2 ? room - textWidth : 0);
+  W_SetClipRect(gc, x, bottom, width, height);
+  W_DrawString(t->window, gc, std::max(left, x + t->cellHoriBorder + 2), bottom + (height - line) / 2 + descent, text);
+  W_UnsetClipping(gc);
+}
+
+W_Color RowBackground(CWTable t, std::size_t row) {
+  if (t->fiveRowBlocks && (row / 5) % 2 == 1) return kShade;
+  if (t->oneRowBlocks && row % 2 == 1) return kShade;
+  return WtColors_inputColor;
+}
+
+void DrawRow(CWTable t, W_GC gc, std::size_t row, int bottom, int height) {
+  const CWTable_State& s = *t->state;
+  const Area a = InnerArea(t);
+  const WtTableD_Record* r = s.rows[row];
+  const bool selected = r->selected && t->selectMode != 0;
+  W_SetForeground(gc, selected ? t->selectionColor : RowBackground(t, row));
+  W_FillRectangle(t->window, gc, a.left, bottom, a.right - a.left, height);
+  const W_Color ink = !t->sensitive ? WtColors_insensitiveColor : selected ? WtColors_inputColor : t->drawColor;
+  W_SetFont(gc, t->fontSize, t->fontFixed);
+  for (std::size_t i = 0; i < s.columnX.size(); ++i) {
+    WtTableD_Column c = WtTableD_GetColumn(Descr(t), i);
+    int x = s.columnX[i], width = s.columnWidth[i];
+    int iconWidth, iconHeight;
+    if (const W_Pixmap icon = Icon(t, WtTableD_CellIcon(c, r), iconWidth, iconHeight)) {
+      W_SetClipRect(gc, x, bottom, width, height);
+      WtDraw_DrawIcon(t->window, icon, x + t->cellHoriBorder + 2, bottom + (height - iconHeight) / 2);
+      W_UnsetClipping(gc);
+      x += iconWidth + kIconGap;
+      width -= iconWidth + kIconGap;
+    }
+    W_SetForeground(gc, ink);
+    DrawCellText(t, gc, x, width, bottom, height, t->fontSize, WtTableD_CellText(c, r),
+                 WtTableD_KindOf(c) == WtTableD_kString ? t->hAlign : 0);
+  }
+  if (t->horiLines) {
+    W_SetForeground(gc, kGrid);
+    W_DrawLine(t->window, gc, a.left, bottom, a.right - 1, bottom);
+  }
+}
+
+void DrawHeader(CWTable t, W_GC gc) {
+  const CWTable_State& s = *t->state;
+  const Area a = InnerArea(t);
+  const int height = a.top - a.rowsTop;
+  if (height <= 0) return;
+  W_SetForeground(gc, t->headerBackground);
+  W_FillRectangle(t->window, gc, a.left, a.rowsTop, a.right - a.left, height);
+  W_SetFont(gc, HeaderSize(t), false);
+  for (std::size_t i = 0; i < s.columnX.size(); ++i) {
+    WtDraw_Draw3DFrame2(t->window, true, t->headerBackground, 1, s.columnX[i], a.rowsTop, s.columnWidth[i], height);
+    W_SetForeground(gc, t->headerDrawColor);
+    std::string text = WtTableD_Header(WtTableD_GetColumn(Descr(t), i)).Str();
+    if (static_cast<int>(i) == s.sortColumn) text += s.sortDescending ? " \xE2\x96\xBC" : " \xE2\x96\xB2";
+    DrawCellText(t, gc, s.columnX[i], s.columnWidth[i], a.rowsTop, height, HeaderSize(t), text, 0);
+  }
+}
+
+void DrawScrollBar(CWTable t, W_GC gc) {
+  const CWTable_State& s = *t->state;
+  const Area a = InnerArea(t);
+  const int troughHeight = a.rowsTop - a.bottom;
+  W_SetForeground(gc, WtColors_Darker(WtColors_defaultBackground, 24));
+  W_FillRectangle(t->window, gc, a.right, a.bottom, kScrollBar, a.top - a.bottom);
+  const std::size_t visible = VisibleRows(t);
+  if (s.rows.size() <= visible || troughHeight <= 4) return;
+  const int thumb = std::max(8, static_cast<int>(static_cast<long long>(troughHeight) * visible / s.rows.size()));
+  const int offset = static_cast<int>(static_cast<long long>(troughHeight - thumb) * s.top / (s.rows.size() - visible));
+  W_SetForeground(gc, WtColors_buttonColor);
+  W_FillRectangle(t->window, gc, a.right + 1, a.rowsTop - offset - thumb, kScrollBar - 2, thumb);
+  WtDraw_Draw3DFrame2(t->window, true, WtColors_buttonColor, 1, a.right + 1, a.rowsTop - offset - thumb,
+                      kScrollBar - 2, thumb);
+}
+
+void MyExpose(Widget w, const Regions_Region* region, W_Event& event) {
+  Super()->Expose(w, region, event);
+  CWTable t = AsTable(w);
+  const CWTable_State& s = *t->state;
+  const Area a = InnerArea(t);
+  const int rowHeight = RowHeight(t);
+  W_GC gc = WtDraw_GetGC();
+  W_SetForeground(gc, WtColors_inputColor);
+  W_FillRectangle(w->window, gc, a.left, a.bottom, a.right - a.left, a.rowsTop - a.bottom);
+  int bottom = a.rowsTop - rowHeight;
+  for (std::size_t row = s.top; row < s.rows.size() && bottom + rowHeight > a.bottom; ++row, bottom -= rowHeight)
+    DrawRow(t, gc, row, bottom, rowHeight);
+  if (t->vertLines) {
+    W_SetForeground(gc, kGrid);
+    for (std::size_t i = 1; i < s.columnX.size(); ++i)
+      W_DrawLine(w->window, gc, s.columnX[i] - 1, a.bottom, s.columnX[i] - 1, a.rowsTop - 1);
+  }
+  DrawHeader(t, gc);
+  DrawScrollBar(t, gc);
+  if (s.focused) {
+    W_SetForeground(gc, WtColors_selectionColor);
+    W_DrawRectangle(w->window, gc, a.left, a.bottom, a.right - a.left - 1, a.rowsTop - a.bottom - 1);
+  }
+  WtDraw_ReleaseGC(gc);
+}
+
+void Redraw(CWTable t) {
+  if (t->realized) WtDraw_RedrawWidget(t);
+}
+
+// --- Selection and scrolling -------------------------------------------------------------
+
+void ScrollTo(CWTable t, std::size_t top) {
+  t->state->top = top;
+  ClampTop(t);
+  Redraw(t);
+}
+
+void ShowRow(CWTable t, std::size_t row) {
+  const std::size_t visible = VisibleRows(t);
+  if (row < t->state->top) ScrollTo(t, row);
+  else if (row >= t->state->top + visible) ScrollTo(t, row + 1 - visible);
+}
+
+// Selects as a click with these modifiers does; whether a flag changed.
+bool Select(CWTable t, std::size_t row, std::uint32_t state) {
+  CWTable_State& s = *t->state;
+  if (t->selectMode == 0 || row >= s.rows.size()) return false;
+  const bool multiple = t->selectMode == 2;
+  std::vector<bool> before;
+  for (const WtTableD_Record* r : s.rows) before.push_back(r->selected);
+  if (multiple && (state & W_CtrlMask) != 0) {
+    s.rows[row]->selected = !s.rows[row]->selected;
+    s.anchor = row;
+  } else if (multiple && (state & W_ShiftMask) != 0) {
+    const std::size_t from = std::min(s.anchor, row), to = std::max(s.anchor, row);
+    for (std::size_t i = 0; i < s.rows.size(); ++i) s.rows[i]->selected = i >= from && i <= to;
+  } else {
+    for (std::size_t i = 0; i < s.rows.size(); ++i) s.rows[i]->selected = i == row;
+    s.anchor = row;
+  }
+  bool changed = false;
+  for (std::size_t i = 0; i < s.rows.size(); ++i) changed = changed || before[i] != s.rows[i]->selected;
+  if (changed) Redraw(t);
+  return changed;
+}
+
+std::size_t FirstSelected(CWTable t, std::size_t none) {
+  const CWTable_State& s = *t->state;
+  for (std::size_t i = 0; i < s.rows.size(); ++i)
+    if (s.rows[i]->selected) return i;
+  return none;
+}
+
+void SortBy(CWTable t, int column) {
+  CWTable_State& s = *t->state;
+  s.sortDescending = s.sortColumn == column && !s.sortDescending;
+  s.sortColumn = column;
+  Sort(t);
+  Redraw(t);
+}
+
+// --- Input -------------------------------------------------------------------------------
+
+bool InScrollBar(CWTable t, int x) { return x >= InnerArea(t).right; }
+
+void ThumbPlace(CWTable t, int& top, int& thumb) {
+  const CWTable_State& s = *t->state;
+  const Area a = InnerArea(t);
+  const int trough = a.rowsTop - a.bottom;
+  const std::size_t visible = VisibleRows(t);
+  thumb = std::max(8, static_cast<int>(static_cast<long long>(trough) * visible / std::max<std::size_t>(s.rows.size(), 1)));
+  const std::size_t range = s.rows.size() > visible ? s.rows.size() - visible : 1;
+  top = a.rowsTop - static_cast<int>(static_cast<long long>(trough - thumb) * s.top / range);
+}
+
+void APress(Widget w, W_Event& event) {
+  CWTable t = AsTable(w);
+  CWTable_State& s = *t->state;
+  if (!CWShell_HasFocus(w) && CWCore_AcceptFocus(w, false)) CWShell_RequestFocus(w);
+  s.changedOnPress = s.pressedOnRow = false;
+  const int x = event.input.x, y = event.input.y;
+  if (InScrollBar(t, x)) {
+    int top, thumb;
+    ThumbPlace(t, top, thumb);
+    const std::size_t page = VisibleRows(t);
+    if (y > top) ScrollTo(t, s.top > page ? s.top - page : 0);
+    else if (y < top - thumb) ScrollTo(t, s.top + page);
+    else s.dragging = true, s.dragOffset = top - y;
+    return;
+  }
+  const std::int32_t row = RowAt(t, y);
+  if (row == kHeader) {
+    const int column = ColumnAt(t, x);
+    if (t->sortable && column >= 0) SortBy(t, column);
+  } else if (row >= 0) {
+    s.pressedOnRow = true;
+    s.changedOnPress = Select(t, static_cast<std::size_t>(row), event.input.state);
+  }
+}
+
+void ADrag(Widget w, W_Event& event) {
+  CWTable t = AsTable(w);
+  CWTable_State& s = *t->state;
+  if (!s.dragging) return;
+  const Area a = InnerArea(t);
+  int top, thumb;
+  ThumbPlace(t, top, thumb);
+  const int trough = a.rowsTop - a.bottom - thumb;
+  const std::size_t visible = VisibleRows(t);
+  if (trough <= 0 || s.rows.size() <= visible) return;
+  const int moved = std::clamp(a.rowsTop - (event.input.y + s.dragOffset), 0, trough);
+  ScrollTo(t, static_cast<std::size_t>(static_cast<long long>(moved) * (s.rows.size() - visible) / trough));
+}
+
+void ARelease(Widget w, W_Event&) {
+  CWTable t = AsTable(w);
+  CWTable_State& s = *t->state;
+  s.dragging = false;
+  if (s.pressedOnRow && (s.changedOnPress || WtEvents_doubleClickFlag)) CWCore_CallCallback(w);
+  s.pressedOnRow = s.changedOnPress = false;
+}
+
+// The wheel: buttons 4 and 5.
+void AWheel(Widget w, W_Event& event) {
+  CWTable t = AsTable(w);
+  if (event.input.button == 3) ScrollTo(t, t->state->top > 3 ? t->state->top - 3 : 0);
+  else if (event.input.button == 4) ScrollTo(t, t->state->top + 3);
+  else WTranslt_ReturnEvent(w, event);
+}
+
+void AKey(Widget w, W_Event& event) {
+  CWTable t = AsTable(w);
+  CWTable_State& s = *t->state;
+  const std::size_t count = s.rows.size();
+  if (count == 0 || t->selectMode == 0) return WTranslt_ReturnEvent(w, event);
+  const std::size_t current = FirstSelected(t, s.top);
+  const std::size_t page = VisibleRows(t);
+  std::size_t row;
+  switch (event.input.ch) {
+    case W_KeyUp: row = current > 0 ? current - 1 : 0; break;
+    case W_KeyDown: row = std::min(current + 1, count - 1); break;
+    case W_KeyPrior: row = current > page ? current - page : 0; break;
+    case W_KeyNext: row = std::min(current + page, count - 1); break;
+    case W_KeyHome: row = 0; break;
+    case W_KeyEnd: row = count - 1; break;
+    default: return WTranslt_ReturnEvent(w, event);
+  }
+  ShowRow(t, row);
+  if (Select(t, row, 0)) CWCore_CallCallback(w);
+}
+
+bool MyAcceptFocus(Widget w, bool) {
+  if (!w->sensitive || !WtWnds_IsMapped(w)) return false;
+  AsTable(w)->state->focused = true;
+  Redraw(AsTable(w));
+  return true;
+}
+
+void MyReleaseFocus(Widget w) {
+  AsTable(w)->state->focused = false;
+  Redraw(AsTable(w));
+}
+
+// --- Value, geometry, life -----------------------------------------------------------------
+
+void MySetValue(Widget w, const WidgetValue& value) {
+  CWCore_MySetValue(w, value);
+  CWTable t = AsTable(w);
+  CWTable_State& s = *t->state;
+  WtTableD_Column key = WtTableD_KeyColumn(Descr(t));
+  const std::string topKey = key != nullptr && s.top < s.rows.size() ? WtTableD_CellText(key, s.rows[s.top]) : "";
+  s.rows.clear();
+  WtTableD_Record* head = nullptr;
+  if (WtTypes_TSize(value.widgetType) >= sizeof head) std::memcpy(&head, value.VALUE, sizeof head);
+  for (WtTableD_Record* r = head; r != nullptr && s.rows.size() < kMaxRows; r = r->next) s.rows.push_back(r);
+  Sort(t);
+  s.top = 0;
+  if (t->autoPos) {
+    s.top = FirstSelected(t, 0);
+  } else if (key != nullptr) {
+    for (std::size_t i = 0; i < s.rows.size(); ++i)
+      if (WtTableD_CellText(key, s.rows[i]) == topKey) s.top = i;
+  }
+  s.anchor = std::min(s.anchor, s.rows.empty() ? 0 : s.rows.size() - 1);
+  Layout(t);
+  if (t->autoPos) ShowRow(t, s.top);
+  if (t->dynamicRows) CWCore_InvalidateGeometry(w);
+  Redraw(t);
+}
+
+void MySetAttr(void* object, std::uint32_t id, const void* bytes, std::uint32_t size, bool& ok) {
+  CWCore_MySetAttr(object, id, bytes, size, ok);
+  if (!ok) return;
+  CWTable t = AsTable(static_cast<Widget>(object));
+  if (id != descrAT) return Redraw(t);
+  t->state->sortColumn = -1;
+  Layout(t);
+  CWCore_InvalidateGeometry(t);
+  Redraw(t);
+}
+
+void MyQueryGeometry(Widget w, Geometry& result) {
+  CWTable t = AsTable(w);
+  int width = 0;
+  for (std::size_t i = 0; i < WtTableD_ColumnCount(Descr(t)); ++i)
+    width += NaturalWidth(t, WtTableD_GetColumn(Descr(t), i), false);
+  std::int32_t rows = std::max(t->defaultRows, 1);
+  if (t->dynamicRows) rows = std::clamp(static_cast<std::int32_t>(t->state->rows.size()), 1, rows);
+  result.hDim = Dim{std::max(width, static_cast<int>(t->defaultWidth)) + kScrollBar + 2 * Margin(w), Dim_Unbounded};
+  result.vDim = Dim{HeaderHeight(t) + rows * RowHeight(t) + 2 * Margin(w), Dim_Unbounded};
+}
+
+void MyConfigure(Widget w) { Layout(AsTable(w)); }
+
+void MyUnrealize(Widget w) {
+  ReleaseIcons(AsTable(w));
+  Super()->Unrealize(w);
+}
+
+void MyInit(void* instance) { AsTable(static_cast<Widget>(instance))->state = new CWTable_State; }
+
+void MyDestruct(void* instance) {
+  CWTable t = AsTable(static_cast<Widget>(instance));
+  ReleaseIcons(t);
+  delete t->state;
+  t->state = nullptr;
+}
+
+void MyInitClass(Classes_ClassPtr c, void* prototype) {
+  auto* cls = static_cast<CWGroup_ClassRec*>(c);
+  auto* p = static_cast<CWTable_Rec*>(prototype);
+  cls->SetAttr = MySetAttr;
+  cls->Expose = MyExpose;
+  cls->QueryGeometry = MyQueryGeometry;
+  cls->Configure = MyConfigure;
+  cls->SetValue = MySetValue;
+  cls->Unrealize = MyUnrealize;
+  cls->AcceptFocus = MyAcceptFocus;
+  cls->ReleaseFocus = MyReleaseFocus;
+  cls->gadget = false;
+  cls->compressExposure = true;
+  WTranslt_EnterTranslation(cls->translationTable, "<Btn1Down>", APress);
+  WTranslt_EnterTranslation(cls->translationTable, "<Btn1Motion>", ADrag);
+  WTranslt_EnterTranslation(cls->translationTable, "<Btn1Up>", ARelease);
+  WTranslt_EnterTranslation(cls->translationTable, "<BtnDown>", AWheel);
+  WTranslt_EnterTranslation(cls->translationTable, "<Key>", AKey);
+  CAttribs_DefAttr(c, "defaultWidth", 3, &p->defaultWidth);
+  CAttribs_DefAttr(c, "defaultRows", 3, &p->defaultRows);
+  CAttribs_DefAttr(c, "selectMode", 0, &p->selectMode);
+  CAttribs_DefAttr(c, "fontSize", 0, &p->fontSize);
+  CAttribs_DefAttr(c, "fontFixed", 0, &p->fontFixed);
+  CAttribs_DefAttr(c, "autoPos", 0, &p->autoPos);
+  CAttribs_DefAttr(c, "showHeader", 0, &p->showHeader);
+  CAttribs_DefAttr(c, "smallHeader", 0, &p->smallHeader);
+  CAttribs_DefAttr(c, "sortable", 0, &p->sortable);
+  CAttribs_DefAttr(c, "vertLines", 0, &p->vertLines);
+  CAttribs_DefAttr(c, "horiLines", 0, &p->horiLines);
+  CAttribs_DefAttr(c, "fiveRowBlocks", 0, &p->fiveRowBlocks);
+  CAttribs_DefAttr(c, "oneRowBlocks", 0, &p->oneRowBlocks);
+  CAttribs_DefAttr(c, "ignoreIconHeights", 0, &p->ignoreIconHeights);
+  CAttribs_DefAttr(c, "dynamicRows", 0, &p->dynamicRows);
+  CAttribs_DefStrAttr(c, "iconPath", kPathCap - 1, &p->iconPath);
+  const char* lists[] = {"iconList", "iconList1", "iconList2", "iconList3", "iconList4"};
+  for (int i = 0; i < 5; ++i) CAttribs_DefStrAttr(c, StrIn::C(lists[i]), kTextCap - 1, &p->iconList[i]);
+  CAttribs_DefAttr(c, "cellVertBorder", 3, &p->cellVertBorder);
+  CAttribs_DefAttr(c, "cellHoriBorder", 3, &p->cellHoriBorder);
+  CAttribs_DefAttr(c, "cellHeight", 3, &p->cellHeight);
+  CAttribs_DefAttr(c, "rowHeight", 3, &p->rowHeight);
+  CAttribs_DefAttr(c, "hAlign", 0, &p->hAlign);
+  CAttribs_DefAttr(c, "selectionColor", 11, &p->selectionColor);
+  CAttribs_DefAttr(c, "drawColor", 11, &p->drawColor);
+  CAttribs_DefAttr(c, "headerBackground", 11, &p->headerBackground);
+  CAttribs_DefAttr(c, "headerDrawColor", 11, &p->headerDrawColor);
+  descrAT = CAttribs_DefAttr(c, "internTableDescr", sizeof(void*) - 1, &p->internTableDescr);
+  p->defaultWidth = 200;
+  p->defaultRows = 8;
+  p->selectMode = 1;
+  p->fontSize = 2;
+  p->showHeader = true;
+  p->cellVertBorder = 1;
+  p->cellHoriBorder = 2;
+  p->selectionColor = WtColors_selectionColor;
+  p->drawColor = W_Color{0, 0, 0};
+  p->headerBackground = WtColors_buttonColor;
+  p->headerDrawColor = W_Color{0, 0, 0};
+  p->frameWidth = 2;
+  p->background = WtColors_inputColor;
+}
+
+}  // namespace
+
+void CWTable_CreateClass() {
+  if (CWTable_class != nullptr) return;
+  CWGroup_CreateClass();
+  WtTypes_DeclareType(WtTableD_listType, sizeof(void*));
+  CWTable_class = new CWGroup_ClassRec;
+  Classes_MakeClass(CWTable_class, CWGroup_class, "WTable", sizeof(CWTable_Rec), MyInitClass, MyInit, MyDestruct,
+                    "TABLE");
+}
+
+void CWTable_RedrawColumn(Widget table, std::size_t column) {
+  CWTable t = AsTable(table);
+  const CWTable_State& s = *t->state;
+  if (column >= s.columnX.size() || !t->realized) return;
+  WtDraw_RedrawWidgetArea(t, s.columnX[column], 0, s.columnWidth[column], t->height);
+}
+
+std::size_t CWTable_RowCount(Widget table) { return AsTable(table)->state->rows.size(); }
+
+const WtTableD_Record* CWTable_RowRecord(Widget table, std::size_t row) {
+  const CWTable_State& s = *AsTable(table)->state;
+  return row < s.rows.size() ? s.rows[row] : nullptr;
+}
+
+std::size_t CWTable_TopRow(Widget table) { return AsTable(table)->state->top; }
+
+bool CWTable_RowPlace(Widget table, std::size_t row, Regions_Rect& place) {
+  CWTable t = AsTable(table);
+  const std::size_t top = t->state->top;
+  if (row < top || row >= top + VisibleRows(t) || row >= t->state->rows.size()) return false;
+  const Area a = InnerArea(t);
+  const int height = RowHeight(t);
+  place = Regions_Rect{a.left, a.rowsTop - static_cast<int>(row - top + 1) * height, a.right - a.left, height};
+  return true;
+}

@@ -1,0 +1,149 @@
+#include "toolkit/WtTableD.h"
+
+#include <cstring>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/Messages.h"
+#include "base/SIdPool.h"
+
+struct WtTableD_ColumnRec {
+  WtTableD_Kind kind = WtTableD_kNull;
+  std::string header;
+  std::uint32_t offset = 0, size = 0;
+  int nullWidth = 0;
+  unsigned fillUp = 0;
+  struct Entry {
+    std::string text;
+    int icon = -1;
+  };
+  std::map<std::uint32_t, Entry> entries;
+};
+
+struct WtTableD_TableRec {
+  std::vector<std::unique_ptr<WtTableD_ColumnRec>> columns;
+  WtTableD_Column key = nullptr;
+};
+
+namespace {
+
+const std::uint8_t* Field(WtTableD_Column c, const WtTableD_Record* r) {
+  return reinterpret_cast<const std::uint8_t*>(r) + c->offset;
+}
+
+std::uint32_t EnumValue(WtTableD_Column c, const WtTableD_Record* r) {
+  const std::uint8_t* f = Field(c, r);
+  switch (c->size) {
+    case 1: return *f;
+    case 2: {
+      std::uint16_t v;
+      std::memcpy(&v, f, 2);
+      return v;
+    }
+    default: {
+      std::uint32_t v;
+      std::memcpy(&v, f, 4);
+      return v;
+    }
+  }
+}
+
+std::string Text(WtTableD_Column c, const WtTableD_Record* r) {
+  const char* f = reinterpret_cast<const char*>(Field(c, r));
+  return std::string(f, strnlen(f, c->size));
+}
+
+WtTableD_Column Make(WtTableD_Kind kind, StrIn header, std::uint32_t offset, std::uint32_t size) {
+  auto* c = new WtTableD_ColumnRec;
+  c->kind = kind;
+  c->header = header.Str();
+  c->offset = offset;
+  c->size = size;
+  return c;
+}
+
+}  // namespace
+
+WtTableD_Table WtTableD_CreateTableDef() { return new WtTableD_TableRec; }
+
+void WtTableD_DestroyTableDef(WtTableD_Table& table) {
+  delete table;
+  table = nullptr;
+}
+
+WtTableD_Column WtTableD_CreateEnumColumn(StrIn header, std::uint32_t offset, std::uint32_t size) {
+  return Make(WtTableD_kEnum, header, offset, size == 1 || size == 2 ? size : 4);
+}
+
+WtTableD_Column WtTableD_CreateStringColumn(StrIn header, std::uint32_t offset, std::uint32_t size) {
+  return Make(WtTableD_kString, header, offset, size);
+}
+
+WtTableD_Column WtTableD_CreateNullColumn(int width) {
+  WtTableD_Column c = Make(WtTableD_kNull, "", 0, 0);
+  c->nullWidth = width;
+  return c;
+}
+
+void WtTableD_SetSingleEnum(WtTableD_Column column, std::uint32_t value, StrIn text, int icon) {
+  column->entries[value] = WtTableD_ColumnRec::Entry{text.Str(), icon};
+}
+
+void WtTableD_SetLocalSingleEnum(WtTableD_Column column, std::uint32_t value, StrIn section, unsigned number,
+                                 int icon) {
+  TextStr text;
+  Messages_GetMsg(section, number, text);
+  WtTableD_SetSingleEnum(column, value, text, icon);
+}
+
+void WtTableD_SetFillUpWeight(WtTableD_Column column, unsigned weight) { column->fillUp = weight; }
+
+void WtTableD_AddColumn(WtTableD_Table table, WtTableD_Column column) { table->columns.emplace_back(column); }
+
+void WtTableD_SetKeyColumns(WtTableD_Table table, WtTableD_Column key) { table->key = key; }
+
+void WtTableD_SetTableDescription(I_Context context, std::int32_t element, WtTableD_Table table) {
+  I_SetReprAttr(context, element, SIdPool_EnterId("internTableDescr"), &table, sizeof table);
+}
+
+std::size_t WtTableD_ColumnCount(WtTableD_Table table) { return table != nullptr ? table->columns.size() : 0; }
+
+WtTableD_Column WtTableD_GetColumn(WtTableD_Table table, std::size_t index) {
+  return index < WtTableD_ColumnCount(table) ? table->columns[index].get() : nullptr;
+}
+
+WtTableD_Kind WtTableD_KindOf(WtTableD_Column column) { return column->kind; }
+StrIn WtTableD_Header(WtTableD_Column column) { return column->header; }
+unsigned WtTableD_FillUpWeight(WtTableD_Column column) { return column->fillUp; }
+int WtTableD_NullWidth(WtTableD_Column column) { return column->nullWidth; }
+WtTableD_Column WtTableD_KeyColumn(WtTableD_Table table) { return table != nullptr ? table->key : nullptr; }
+
+std::string WtTableD_CellText(WtTableD_Column column, const WtTableD_Record* record) {
+  switch (column->kind) {
+    case WtTableD_kString: return Text(column, record);
+    case WtTableD_kEnum: {
+      const auto found = column->entries.find(EnumValue(column, record));
+      return found != column->entries.end() ? found->second.text : std::string();
+    }
+    default: return {};
+  }
+}
+
+int WtTableD_CellIcon(WtTableD_Column column, const WtTableD_Record* record) {
+  if (column->kind != WtTableD_kEnum) return -1;
+  const auto found = column->entries.find(EnumValue(column, record));
+  return found != column->entries.end() ? found->second.icon : -1;
+}
+
+int WtTableD_Compare(WtTableD_Column column, const WtTableD_Record* a, const WtTableD_Record* b) {
+  switch (column->kind) {
+    case WtTableD_kString: return Text(column, a).compare(Text(column, b));
+    case WtTableD_kEnum: {
+      const std::uint32_t x = EnumValue(column, a), y = EnumValue(column, b);
+      return x < y ? -1 : x > y ? 1 : 0;
+    }
+    default: return 0;
+  }
+}

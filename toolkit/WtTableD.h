@@ -1,0 +1,81 @@
+// WtTableD: descriptions of tables. A table (CWTable, keyword "TABLE") shows
+// a linked list of the application's records, one row per record, one
+// column per field. The list is the value of a Generic AObj of the type
+// "WtTableList": a pointer to the first record. Every record starts with a
+// WtTableD_Record (its successor and its selection flag, which the table
+// sets as the user selects); the columns name fields by their offset.
+//
+//   enum column:   an unsigned field of 1, 2 or 4 bytes; each value has a
+//                  text and an icon (an index into the table's icon lists);
+//                  a value without an entry shows nothing
+//   string column: a text field (at most `size` bytes, UTF-8)
+//   null column:   an empty column of a fixed width
+//
+// Free width goes to the columns with a fill-up weight, in proportion. The
+// key column identifies a record across new lists: the row at the top
+// stays the same record, and sorting breaks ties by it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "base/Strings.h"
+#include "toolkit/I.h"
+
+struct WtTableD_Record {
+  WtTableD_Record* next;
+  bool selected;
+};
+
+struct WtTableD_ColumnRec;
+using WtTableD_Column = WtTableD_ColumnRec*;
+struct WtTableD_TableRec;
+using WtTableD_Table = WtTableD_TableRec*;
+
+// The Generic type of a table's value.
+inline constexpr char WtTableD_listType[] = "WtTableList";
+
+// --- Making descriptions -------------------------------------------------------------------
+
+// An empty table; the caller owns it until it is given to a widget, which
+// then holds it without owning it: destroy it after the widget.
+WtTableD_Table WtTableD_CreateTableDef();
+// Frees the table and its columns; nil is accepted.
+void WtTableD_DestroyTableDef(WtTableD_Table& table);
+// Columns with a header text. The table they are added to owns them.
+WtTableD_Column WtTableD_CreateEnumColumn(StrIn header, std::uint32_t offset, std::uint32_t size);
+WtTableD_Column WtTableD_CreateStringColumn(StrIn header, std::uint32_t offset, std::uint32_t size);
+WtTableD_Column WtTableD_CreateNullColumn(int width);
+// The text and icon (-1 none) of an enum value; the local form takes the
+// text of a message of the catalogs.
+void WtTableD_SetSingleEnum(WtTableD_Column column, std::uint32_t value, StrIn text, int icon);
+void WtTableD_SetLocalSingleEnum(WtTableD_Column column, std::uint32_t value, StrIn section, unsigned number,
+                                 int icon);
+// The column's share of free width (0: none).
+void WtTableD_SetFillUpWeight(WtTableD_Column column, unsigned weight);
+void WtTableD_AddColumn(WtTableD_Table table, WtTableD_Column column);
+// The column that identifies a record (a string or enum column of the table).
+void WtTableD_SetKeyColumns(WtTableD_Table table, WtTableD_Column key);
+// Gives the table widget of element `element` this description.
+void WtTableD_SetTableDescription(I_Context context, std::int32_t element, WtTableD_Table table);
+
+// --- Reading descriptions (the widget) --------------------------------------------------------
+
+enum WtTableD_Kind : std::uint8_t { WtTableD_kEnum, WtTableD_kString, WtTableD_kNull };
+
+std::size_t WtTableD_ColumnCount(WtTableD_Table table);
+WtTableD_Column WtTableD_GetColumn(WtTableD_Table table, std::size_t index);
+WtTableD_Kind WtTableD_KindOf(WtTableD_Column column);
+StrIn WtTableD_Header(WtTableD_Column column);
+unsigned WtTableD_FillUpWeight(WtTableD_Column column);
+// A null column's width.
+int WtTableD_NullWidth(WtTableD_Column column);
+// The key column, or nil.
+WtTableD_Column WtTableD_KeyColumn(WtTableD_Table table);
+// What a record shows in a column: its text, and for enum columns the icon
+// (-1 none).
+std::string WtTableD_CellText(WtTableD_Column column, const WtTableD_Record* record);
+int WtTableD_CellIcon(WtTableD_Column column, const WtTableD_Record* record);
+// Orders two records by a column (texts by bytes, enums by value).
+int WtTableD_Compare(WtTableD_Column column, const WtTableD_Record* a, const WtTableD_Record* b);
