@@ -142,9 +142,7 @@ ASrules_Decision ASrules_Log(const ASrules_Folder& folder, const std::string& so
   ::stat(source.c_str(), &info);
   char when[kNameCap];
   SAutoRcF_GetCurrentInstalltime(when);
-  std::string shown;
-  for (const char c : name) shown += c == '\n' ? std::string("\\n") : c == '\\' ? std::string("\\\\") : std::string(1, c);
-  const std::string line = StrIn(when).Str() + "  " + std::to_string(info.st_size) + "  " + shown + "\n";
+  const std::string line = StrIn(when).Str() + "  " + std::to_string(info.st_size) + "  " + ASerror_OneLine(name) + "\n";
   const std::string log = folder.path + "/" + kLogName;
   const int fd = ::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
   bool written = fd >= 0 && ::flock(fd, LOCK_EX) == 0 && ASfile_WriteAll(fd, line);

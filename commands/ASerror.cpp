@@ -80,10 +80,16 @@ std::string ASerror_Text(const char* name, unsigned number, const std::vector<st
   return StrIn(text).Str();
 }
 
+std::string ASerror_OneLine(const std::string& text) {
+  std::string line;
+  for (const char c : text) line += c == '\n' ? std::string("\\n") : std::string(1, c);
+  return line;
+}
+
 void ASerror_MakePlan(ASplan_Plan& plan, const std::string& errorDir, const std::string& folder,
                       const std::vector<std::string>& reason, bool noRetry) {
-  std::string text = folder + "\n";
-  for (const std::string& line : reason) text += line + "\n";
+  std::string text = ASerror_OneLine(folder) + "\n";
+  for (const std::string& line : reason) text += ASerror_OneLine(line) + "\n";
   TextStr job;
   if (DirAcces_EnvVar("CCJOB_ID", job) && job[0] != '\0') text += ASerror_Text(section, 1, {StrIn(job).Str()}) + "\n";  // messages: ASerror 1
   if (noRetry) text += std::string(kNoRetry) + "\n";

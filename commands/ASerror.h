@@ -22,6 +22,10 @@ bool ASerror_Dir(SAutoRcF rc, const std::string& folder, std::string& dir);
 // Message `number` of `section` with its "%s" filled by `args` in order.
 std::string ASerror_Text(const char* section, unsigned number, const std::vector<std::string>& args = {});
 
+// `text` fit for one line of a ".err" file or a log: a line feed in it (from
+// a file's name) is written as backslash and "n".
+std::string ASerror_OneLine(const std::string& text);
+
 // Turns `plan` (whose source and identity are set) into the plan that puts
 // the file into `errorDir`: the ".err" file first, then the file itself (a
 // copy when the plan keeps it). `folder` is the hot folder, `reason` the

@@ -164,8 +164,8 @@ bool Handle(WFmodule_Kind kind, const std::string& rcFile, const std::string& gi
     delivered = Settle(folder, recorded, ASdeliver_Resume(recorded, fd), fd);
   } else {
     if (!recorded.targets.empty()) ASdeliver_Discard(recorded);
-    const std::string dir = Dir(source);
-    const std::string subdir = dir.size() > folder.rules.path.size() ? dir.substr(folder.rules.path.size() + 1) : "";
+    const std::string dir = Dir(source), below = folder.rules.path + "/";
+    const std::string subdir = dir.rfind(below, 0) == 0 ? dir.substr(below.size()) : "";
     const ASrules_Decision decision =
         folder.problem.empty() ? ASrules_Decide(folder.rules, source, subdir) : ASrules_Decision{ASrules_Decision::Fail, false, {}, folder.problem, false};
     switch (decision.what) {

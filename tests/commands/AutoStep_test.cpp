@@ -298,6 +298,65 @@ TEST_F(AutoStep, StartFolderModesTicketsAndSubdirectories) {
   EXPECT_EQ(Files(outdir), Names_t({"t.jtq"}));
 }
 
+TEST_F(AutoStep, EachKindFollowsItsRcFile) {
+  PutFile(site.Path() + "/x.trs", "V2 \"x\"[CHARS]1-60\nEXAMPLE \"x\\|y\"\n");
+  PutFile(site.Path() + "/n.trs", "V2 [NAME1]1-20\"-\"[CHARS]1-20\nEXAMPLE \"A\\|-\\|02.tif\"\n");
+  Install("workflow k\n"
+          "start  in  -> ren MODE=1\n"
+          "rename ren -> sw  MODE=3 SCHEMECOUNT=2 SCHEME_0=" + site.Path() + "/x.trs SCHEME_1=" + site.Path() +
+          "/s.trs NOMATCHMODE=1\n"
+          "switch sw  -> srt outdir MODE=2 IMAGEFORMATS=\".tif .pdf\"\n"
+          "sort   srt MODE=1 SCHEME=" + site.Path() + "/n.trs\n");
+  const std::string in = projects + "/workflow/k", renK = projects + "/autofolder/autorename/flow_k_0";
+  const std::string swK = projects + "/autofolder/autoswitch/flow_k_0", srtK = projects + "/autofolder/autosort/flow_k_0";
+  const Names_t files = {"a_01.tif", "other.PDF", "z.txt"};
+  for (const std::string& name : files) PutFile(in + "/" + name, name);
+
+  StepOk(in, "autostart.sh .autostartrc", files);
+  for (const std::string& name : files) EXPECT_TRUE(fs::exists(in + "/" + name)) << "a linking start keeps its files";
+  EXPECT_EQ(fs::read_symlink(renK + "/a_01.tif"), in + "/a_01.tif");
+  // The second scheme renames; a name that fits none passes unchanged.
+  StepOk(renK, "autorenm.sh .autorenmrc", files);
+  EXPECT_EQ(Files(swK), Names_t({"A-02.tif", "other.PDF", "z.txt"}));
+  // By format: the suffixes in any case go to out 1, the rest to out 2.
+  StepOk(swK, "AutoSwch .autoswitchrc", {"A-02.tif", "other.PDF", "z.txt"});
+  EXPECT_EQ(Files(srtK), Names_t({"A-02.tif", "other.PDF"}));
+  EXPECT_EQ(Files(projects + "/workflow/k/outdir"), Names_t({"z.txt"}));
+  // Sorted by the NAME1 segment; a name the scheme doesn't fit fails.
+  const RunResult r = Step(srtK, "AutoSort .autosortrc", {"A-02.tif", "other.PDF"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(Files(srtK), Names_t({"A"}));
+  EXPECT_EQ(FileText(srtK + "/A/A-02.tif"), "a_01.tif") << "the link's file";
+  EXPECT_EQ(Files(projects + "/workflow/k/error").size(), 2u);
+}
+
+TEST_F(AutoStep, WithoutItsRcFileAFileFailsAndWithoutAnErrorDirectoryItStays) {
+  InstallRoad();
+  PutFile(ren + "/.autorenmrc", ": SCHEME=x\nnot an option\n");
+  PutFile(ren + "/a_01.tif", "a");
+  RunResult r = Step(ren, "autorenm.sh .autorenmrc", {"a_01.tif"});
+  EXPECT_EQ(r.status, 1);
+  const Names_t failed = Files(errors);
+  ASSERT_EQ(failed.size(), 2u);
+  EXPECT_EQ(FileText(errors + "/" + failed[1]), ren + "\nThe rc file " + ren + "/.autorenmrc is damaged.\n");
+
+  // A folder of no workflow has no error directory: the file stays.
+  const std::string loose = site.Make("loose/f");
+  PutFile(loose, "f");
+  PutFile(site.Path() + "/loose/.autocheckrc", ": _OUTDIR_=" + site.Path() + "/nowhere\n");
+  r = Step(site.Path() + "/loose", "readyForCheck.sh .autocheckrc", {"f"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("The out directory " + site.Path() + "/nowhere is missing."), std::string::npos) << r.err;
+  EXPECT_EQ(Files(site.Path() + "/loose"), Names_t({"f"}));
+
+  // A stopped installation runs no step.
+  PutFile(site.Path() + "/dat/stopped", "");
+  PutFile(dup + "/d", "d");
+  r = Step(dup, "autodupl.sh .autoduplrc", {"d"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(Files(dup), Names_t({"d"}));
+}
+
 TEST_F(AutoStep, DeleteAndDistributeEnds) {
   const std::string a = site.Make("a/x"), b = site.Make("b/x");
   fs::remove(a);
