@@ -50,6 +50,10 @@ void Report(const std::string& file, const std::vector<std::string>& reason) {
 struct Folder {
   ASrules_Folder rules;
   std::vector<std::string> problem;  // why the rc can't be used; empty when fine
+  Folder() = default;
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+  ~Folder() { SAutoRcF_Destroy(rules.rc); }
 };
 std::map<std::string, Folder> folders;
 

@@ -27,8 +27,11 @@ bool HasFormat(const std::string& name, const std::string& suffix) {
   char own[kNameCap];
   SFilMisc_SuffixOf(name, own);
   if (Lower(StrIn(own).Str()) == Lower(suffix)) return true;
-  static SImage_FormatList formats = SImage_GetListOfSupportedFormats();
-  const SImage_FormatListEntry* format = SImage_FindSupportedFormat(formats, suffix);
+  static const struct Formats {
+    SImage_FormatList list = SImage_GetListOfSupportedFormats();
+    ~Formats() { SImage_DestroyListOfSupportedFormats(list); }
+  } formats;
+  const SImage_FormatListEntry* format = SImage_FindSupportedFormat(formats.list, suffix);
   if (format == nullptr || format->regExpr[0] == '\0') return false;
   SRegExpr expr = SRegExpr_Create(format->regExpr);
   const bool match = SRegExpr_Match(expr, name);

@@ -72,7 +72,8 @@ class AutoStep : public ::testing::Test {
         {"MARLENV", site.Path() + "/env:" FLOATDECK_BINARY_DIR "/env"}, {"MARLDAT", site.Path() + "/dat"},
         {"MARLLIB", ""},            {"TMP", site.Path() + "/tmp"},
         {"LANGUAGE", ""},           {"LANG", "C"},
-        {"PATH", kBin + ":/usr/bin:/bin"}, {"TV_STEP_FAULT", ""}, {"CCJOB_ID", ""}};
+        {"PATH", kBin + ":/usr/bin:/bin"}, {"TV_STEP_FAULT", ""}, {"CCJOB_ID", ""},
+        {"TV_NO_RUN_FILE", ""}};
     env.insert(env.end(), more.begin(), more.end());
     return env;
   }
