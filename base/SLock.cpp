@@ -244,7 +244,10 @@ bool SLock_IsHeld(SLock lock) { return lock != nullptr && lock->held; }
 bool SLock_LockNamed(StrIn name, std::uint32_t timeoutMs) {
   SLock& lock = named[name.Str()];
   if (lock == nullptr) lock = SLock_Create(name);
-  return Messages_Quietly([&] { return SLock_Lock(lock, timeoutMs); });
+  if (Messages_Quietly([&] { return SLock_Lock(lock, timeoutMs); })) return true;
+  SLock_Destroy(lock);
+  named.erase(name.Str());
+  return false;
 }
 
 void SLock_UnlockNamed(StrIn name) {

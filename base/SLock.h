@@ -54,7 +54,8 @@ bool SLock_IsHeld(SLock lock);
 
 // --- Locks by name -----------------------------------------------------------
 // For callers that keep no handle: the process keeps one per lock file name.
-// Takes the lock file `name` as SLock_Lock does, its failures not reported.
+// Takes the lock file `name` as SLock_Lock does, its failures not reported;
+// a handle that got no lock is not kept.
 bool SLock_LockNamed(StrIn name, std::uint32_t timeoutMs);
 // Releases the lock taken by name and forgets its handle; nothing when not held.
 void SLock_UnlockNamed(StrIn name);

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "jobqueue/CCtypes.h"
 #include "watch/TVWrequest.h"
 
 namespace {
@@ -41,16 +42,7 @@ bool RawToken(std::string_view text, std::size_t& from, std::size_t& to) {
   return true;
 }
 
-std::string Unescape(std::string_view raw) {
-  if (raw == "\"\"") return "";
-  std::string out;
-  out.reserve(raw.size());
-  for (std::size_t i = 0; i < raw.size(); ++i) {
-    if (raw[i] == '\\' && i + 1 < raw.size()) ++i;
-    out += raw[i];
-  }
-  return out;
-}
+std::string Unescape(std::string_view raw) { return raw == "\"\"" ? "" : CCtypes_Unescape(raw); }
 
 bool SplitBool(StrOut line, bool& value) {
   TVWrequest_Line token;

@@ -134,6 +134,10 @@ int Runs(const std::string& name) {
 
 bool Done(const std::string& name) { return fs::exists(Site("done/") + name); }
 
+bool AllDone(const std::vector<std::string>& names) {
+  return std::all_of(names.begin(), names.end(), Done);
+}
+
 // The demon of the site, ended with SIGTERM when it goes.
 struct Demon {
   int pid = -1;
@@ -327,11 +331,7 @@ TEST(TVWatchD, LosesNoFileWhileTheQueueServerIsDown) {
   ASSERT_TRUE(Await([&] { return Status(start, names.back()) == TVWrequest_InHand; }));
   StartServer();
   ASSERT_GT(server, 0);
-  ASSERT_TRUE(Await([&] {
-    for (const std::string& name : names)
-      if (!Done(name)) return false;
-    return true;
-  }));
+  ASSERT_TRUE(Await([&] { return AllDone(names); }));
   for (const std::string& name : names) EXPECT_EQ(Runs(name), 1) << name;
 }
 
@@ -349,11 +349,7 @@ TEST(TVWatchD, AKilledDemonHandsNoFileTwiceAfterItsRestart) {
   }));
   StopService(demon.pid, SIGKILL);
   demon.Start();
-  ASSERT_TRUE(Await([&] {
-    for (const std::string& name : names)
-      if (!Done(name)) return false;
-    return true;
-  }));
+  ASSERT_TRUE(Await([&] { return AllDone(names); }));
   for (const std::string& name : names) EXPECT_EQ(Runs(name), 1) << name;
 }
 
