@@ -1,5 +1,6 @@
 #include "base/SFilMisc.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -77,6 +78,30 @@ bool SFilMisc_EscapeShMetaChars(StrIn text, StrOut escaped) {
   Strings_Assign(source, escaped);
   StringOp_EscapeShellMetaChars(escaped);
   return needed <= escaped.Capacity();
+}
+
+std::string SFilMisc_QuoteForShell(std::string_view text) {
+  std::string quoted = "'";
+  for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
+
+bool SFilMisc_SaveAtomically(StrIn path, std::string_view text, unsigned mode) {
+  char host[kNameCap];
+  DirAcces_GetMachineName(host);
+  const std::string temporary = path.Str() + "." + StrIn(host).Str() + "-" + std::to_string(::getpid()) + ".tmp";
+  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  if (fd < 0) return false;
+  std::size_t done = 0;
+  while (done < text.size()) {
+    const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+    if (n <= 0) break;
+    done += static_cast<std::size_t>(n);
+  }
+  const bool written = done == text.size() && ::fchmod(fd, mode) == 0;
+  if (::close(fd) == 0 && written && ::rename(temporary.c_str(), path.Str().c_str()) == 0) return true;
+  ::unlink(temporary.c_str());
+  return false;
 }
 
 bool SFilMisc_ChMod(StrIn path, StrIn mode) {

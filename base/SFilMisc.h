@@ -12,6 +12,9 @@
 // writers apart, also on shared file systems; n keeps one process's apart.
 #pragma once
 
+#include <string>
+#include <string_view>
+
 #include "base/Strings.h"
 
 void SFilMisc_Init();
@@ -35,6 +38,13 @@ bool SFilMisc_RequireExtension(StrOut path, StrIn extension);
 // as one word (see StringOp_EscapeShellMetaChars); text may be escaped itself.
 // False when the result had to be cut at escaped's bound.
 bool SFilMisc_EscapeShMetaChars(StrIn text, StrOut escaped);
+// `text` in single quotes (a quote in it as '\''), so that it passes a shell
+// as one word whatever it holds, line feeds included.
+std::string SFilMisc_QuoteForShell(std::string_view text);
+// Writes `text` as the file `path` whole or not at all: under the atomic
+// save's temporary name beside it, with permission bits `mode`, then renamed
+// over it. False, the old file untouched and nothing left behind, on failure.
+bool SFilMisc_SaveAtomically(StrIn path, std::string_view text, unsigned mode);
 // Sets the permission bits of `path` to the octal number `mode` ("666",
 // "0755"; at most 7777). False for any other text or when the system refuses;
 // nothing is reported.

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <compare>
 #include <ctime>
+#include <map>
 #include <set>
 #include <string>
 
@@ -156,6 +157,8 @@ Verdict Examine(const std::string& name, Look& seen) {
 
 enum class Removal { Removed, Other, Refused };
 
+std::map<std::string, SLock> named;  // the locks taken by name
+
 // Removes the lock `name` if it is still the file `before` with the same
 // text: between a look and the removal another process may have made a fresh
 // lock, which must stay, and a freed inode is soon given to a new file.
@@ -237,3 +240,19 @@ void SLock_Unlock(SLock lock) {
 }
 
 bool SLock_IsHeld(SLock lock) { return lock != nullptr && lock->held; }
+
+bool SLock_LockNamed(StrIn name, std::uint32_t timeoutMs) {
+  SLock& lock = named[name.Str()];
+  if (lock == nullptr) lock = SLock_Create(name);
+  if (Messages_Quietly([&] { return SLock_Lock(lock, timeoutMs); })) return true;
+  SLock_Destroy(lock);
+  named.erase(name.Str());
+  return false;
+}
+
+void SLock_UnlockNamed(StrIn name) {
+  const auto at = named.find(name.Str());
+  if (at == named.end()) return;
+  Messages_Quietly([&] { SLock_Destroy(at->second); });
+  named.erase(at);
+}

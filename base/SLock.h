@@ -51,3 +51,11 @@ bool SLock_Lock(SLock lock, std::uint32_t timeoutMs);
 void SLock_Unlock(SLock lock);
 // Whether this handle holds the lock; false for nil.
 bool SLock_IsHeld(SLock lock);
+
+// --- Locks by name -----------------------------------------------------------
+// For callers that keep no handle: the process keeps one per lock file name.
+// Takes the lock file `name` as SLock_Lock does, its failures not reported;
+// a handle that got no lock is not kept.
+bool SLock_LockNamed(StrIn name, std::uint32_t timeoutMs);
+// Releases the lock taken by name and forgets its handle; nothing when not held.
+void SLock_UnlockNamed(StrIn name);

@@ -10,6 +10,7 @@
 #include "base/SPrintf.h"
 #include "base/StringOp.h"
 #include "watch/TVWcfg.h"
+#include "watch/TVWsupp.h"
 
 namespace {
 
@@ -143,7 +144,7 @@ TVWcfg_Entry* ReadFolderLine(SConfigF file, StrOut folder, bool compile, const R
     bool ignored = false;
     if (e->omitFiles[0] != '\0') e->omitFilesRegExp = TVWcfg_GetRegExp(e->omitFiles, ignored);
   }
-  e->mode = TVWcfg_DetermineMode(e->cmd, e->files, e->atOnce, e->multipleFiles);
+  e->mode = TVWsupp_DetermineMode(e->cmd, e->files, e->atOnce, e->multipleFiles);
   e->jobKind = TVWcfg_DetermineJobKind(e->cmd);
   e->jobPriority = TVWcfg_DetermineJobPriority(e->cmd);
   return e;

@@ -76,17 +76,22 @@ TEST(SFilMiscSuffix, RequireRefusesToCut) {
   EXPECT_STREQ(tight, "abcd");
 }
 
-// What the escaped text is worth: a shell gives back the original word.
+// What a shell gives back of `word`.
+std::string Echoed(const std::string& word) {
+  FILE* shell = ::popen(("printf %s " + word).c_str(), "r");
+  if (shell == nullptr) return "(no shell)";
+  std::string echoed;
+  for (int c; (c = std::fgetc(shell)) != EOF;) echoed += static_cast<char>(c);
+  return ::pclose(shell) == 0 ? echoed : "(failed)";
+}
+
+// What the escaped and quoted texts are worth: a shell gives back the original word.
 TEST(SFilMiscShell, EscapedTextSurvivesTheShell) {
   const std::string nasty = "a b\t$HOME `id` \"q\" 'p' \\ ; & | < > ( ) { } [ ] * ? ! #x";
   TextStr escaped;
   ASSERT_TRUE(SFilMisc_EscapeShMetaChars(nasty, escaped));
-  FILE* shell = ::popen((std::string("printf %s ") + escaped).c_str(), "r");
-  ASSERT_NE(shell, nullptr);
-  std::string echoed;
-  for (int c; (c = std::fgetc(shell)) != EOF;) echoed += static_cast<char>(c);
-  EXPECT_EQ(::pclose(shell), 0);
-  EXPECT_EQ(echoed, nasty);
+  EXPECT_EQ(Echoed(escaped), nasty);
+  EXPECT_EQ(Echoed(SFilMisc_QuoteForShell(nasty + "\nline 2 ''")), nasty + "\nline 2 ''");
 
   char inPlace[5] = "a&b;";
   EXPECT_FALSE(SFilMisc_EscapeShMetaChars(inPlace, inPlace));
