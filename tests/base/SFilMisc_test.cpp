@@ -78,7 +78,7 @@ TEST(SFilMiscSuffix, RequireRefusesToCut) {
 
 // What the escaped text is worth: a shell gives back the original word.
 TEST(SFilMiscShell, EscapedTextSurvivesTheShell) {
-  const std::string nasty = "a b\t$HOME `id` \"q\" 'p' \\ ; & | < > ( ) { } [ ] * ? ! #x";
+  const std::string nasty = "~root a b\t$HOME `id` \"q\" 'p' \\ ; & | < > ( ) { } [ ] * ? ! #x\nnext\n";
   TextStr escaped;
   ASSERT_TRUE(SFilMisc_EscapeShMetaChars(nasty, escaped));
   FILE* shell = ::popen((std::string("printf %s ") + escaped).c_str(), "r");
