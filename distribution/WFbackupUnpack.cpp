@@ -325,7 +325,8 @@ bool WFbackup_ExtractArchive(StrIn archive, StrIn name, WFbackup_Info& info) {
   }
   // 1. The listing as tar reads the archive; a damaged one fails here.
   if (Capture("LC_ALL=C " + tar + " --list --verbose --numeric-owner --quoting-style=c -P --file=" + file,
-              listing) != 0) {
+              listing) != 0 ||
+      listing.find('\0') != std::string::npos) {  // a text would end there, unchecked
     Report(kUnreadable, archiveName);
     return false;
   }
