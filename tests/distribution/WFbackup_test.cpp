@@ -19,24 +19,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TempDir* site = nullptr;
-
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    UsePrivateSite(site->Path());
-    ::setenv("PATH", "/usr/bin:/bin", 1);
-    static const char* const args[] = {program_invocation_name};
-    Argument_Init(1, args);
-    RWbase_Init();
-    WFbackup_Init();
-    WFbase_SetFeedback(false);
-  }
-  void TearDown() override { delete site; }
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
+TempDir*& site = UsePrivateSiteForTests([] {
+  ::setenv("PATH", "/usr/bin:/bin", 1);
+  static const char* const args[] = {program_invocation_name};
+  Argument_Init(1, args);
+  RWbase_Init();
+  WFbackup_Init();
+  WFbase_SetFeedback(false);
+});
 
 std::string Projects() { return site->Path() + "/projects"; }
 

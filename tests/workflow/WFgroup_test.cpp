@@ -14,19 +14,7 @@
 
 namespace {
 
-TempDir* site = nullptr;
-
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    UsePrivateSite(site->Path());
-    WFgroup_Init();
-  }
-  void TearDown() override { delete site; }
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
+TempDir*& site = UsePrivateSiteForTests(WFgroup_Init);
 
 std::string File() { return site->Path() + "/customer/floatdeck.groups"; }
 

@@ -10,19 +10,7 @@
 
 namespace {
 
-TempDir* site = nullptr;
-
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    UsePrivateSite(site->Path());
-    WFplaces_Init();
-  }
-  void TearDown() override { delete site; }
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
+TempDir*& site = UsePrivateSiteForTests(WFplaces_Init);
 
 std::string Place(WFplaces places, const std::string& path) {
   std::int32_t column = 0, row = 0;
