@@ -320,7 +320,9 @@ bool WFbackup_PackWorkflow(StrIn name, StrIn targetDir, StrOut archive) {
     DirAcces_LogicalCurrentDir(here);
     DirAcces_IncludePath(here, relative, dir);
   }
-  Messages_Quietly([&] { return DirAcces_RecursiveMkDir(dir, 0777); });
+  // The site's backup directory is open to all; a directory of the caller's
+  // is only made when missing.
+  if (!Exists(dir)) Messages_Quietly([&] { return DirAcces_RecursiveMkDir(dir, targetDir.Empty() ? 0777 : 0); });
   PathStr file;
   Strings_Concat(name, ".tar", file);
   DirAcces_IncludePath(dir, file, archive);

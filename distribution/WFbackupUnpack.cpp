@@ -231,11 +231,12 @@ class Placer {
     const bool exists = ::lstat(to.c_str(), &target) == 0;
     if (S_ISDIR(source.st_mode)) {
       // A directory joins one that is there (also through a link of the
-      // site's own); a new one gets its mode when it is filled.
+      // site's own). A new one is open to all, as every directory an install
+      // makes, once it is filled.
       if (exists && (::stat(to.c_str(), &target) != 0 || !S_ISDIR(target.st_mode))) return kept.push_back(to);
       if (!exists && ::mkdir(to.c_str(), 0700) != 0) return failed.push_back(to);
       Directory(from, to, rel);
-      if (!exists) ::chmod(to.c_str(), source.st_mode & 01777);
+      if (!exists) ::chmod(to.c_str(), 0777);
       return;
     }
     if (exists) return kept.push_back(to);

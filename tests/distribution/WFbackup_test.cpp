@@ -32,12 +32,13 @@ std::string Projects() { return site->Path() + "/projects"; }
 
 int Shell(const std::string& command) { return RunProgram({"/bin/sh", "-c", command}, {}).status; }
 
-// Every path below `root` with its type and size: what a change would show.
+// Every path below `root` with its type, mode and size: what a change would show.
 std::map<std::string, std::string> Snapshot(const std::string& root) {
   std::map<std::string, std::string> seen;
   for (auto walk = fs::recursive_directory_iterator(root); walk != fs::recursive_directory_iterator(); ++walk) {
     const auto status = walk->symlink_status();
     seen[walk->path().string()] = std::to_string(static_cast<int>(status.type())) + ":" +
+                                  std::to_string(static_cast<int>(status.permissions())) + ":" +
                                   (fs::is_regular_file(status) ? std::to_string(walk->file_size()) : "");
   }
   return seen;
