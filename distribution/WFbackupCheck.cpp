@@ -74,16 +74,24 @@ bool Elements(std::string_view path, std::vector<std::string>& elements) {
   return true;
 }
 
+std::string Joined(const std::vector<std::string>& elements) {
+  std::string path;
+  for (const std::string& element : elements) path += (path.empty() ? "" : "/") + element;
+  return path;
+}
+
 // Resolves `target` lexically against the elements of `base`; false when it
-// climbs above the top.
-bool Resolve(std::vector<std::string> base, std::string_view target, std::vector<std::string>& result) {
+// climbs above the top, or climbs back out of one of `links` (where the
+// disk would climb out of the link's target instead).
+bool Resolve(std::vector<std::string> base, std::string_view target, std::vector<std::string>& result,
+             const std::set<std::string>& links = {}) {
   while (!target.empty()) {
     const std::size_t slash = target.find('/');
     const std::string_view element = target.substr(0, slash);
     target = slash == std::string_view::npos ? std::string_view() : target.substr(slash + 1);
     if (element.empty() || element == ".") continue;
     if (element == "..") {
-      if (base.empty()) return false;
+      if (base.empty() || links.count(Joined(base)) != 0) return false;
       base.pop_back();
       continue;
     }
@@ -91,12 +99,6 @@ bool Resolve(std::vector<std::string> base, std::string_view target, std::vector
   }
   result = std::move(base);
   return true;
-}
-
-std::string Joined(const std::vector<std::string>& elements) {
-  std::string path;
-  for (const std::string& element : elements) path += (path.empty() ? "" : "/") + element;
-  return path;
 }
 
 bool Fits(std::string_view tree, const std::vector<std::string>& elements) {
@@ -109,7 +111,9 @@ bool Fits(std::string_view tree, const std::vector<std::string>& elements) {
 }
 
 struct Checked {
+  char type;
   std::vector<std::string> name;
+  std::string link;                     // a relative target, as it stands
   std::vector<std::string> hardTarget;  // empty unless a hard link
 };
 
@@ -117,6 +121,8 @@ struct Checked {
 unsigned CheckOne(const WFbackup_Member& member, std::string_view tree, Checked& checked) {
   const std::string_view name = StrIn(member.name).View();
   const std::string_view link = StrIn(member.link).View();
+  checked.type = member.type;
+  if (!link.starts_with('/')) checked.link = link;
   if (member.type != '-' && member.type != 'd' && member.type != 'l' && member.type != 'h') return kSpecial;
   if (name.starts_with('/')) return kAbsolute;
   if (!Elements(name, checked.name)) return kUpward;
@@ -149,6 +155,25 @@ bool BehindLink(const std::vector<std::string>& elements, const std::set<std::st
     if (links.count(prefix) != 0) return true;
   }
   return false;
+}
+
+// The checks of one member against all links of the archive, wherever they
+// stand in it: no member may be written through a link, no hard link made to
+// one behind a link, and a link's target may pass another link only
+// forwards. 0 or a message number.
+unsigned CheckAgainstLinks(const Checked& checked, const std::set<std::string>& links) {
+  std::vector<std::string> leadsTo;
+  if (checked.type == 'l' && !checked.link.empty() &&
+      !Resolve({checked.name.begin(), checked.name.end() - 1}, checked.link, leadsTo, links)) {
+    return kLinkOut;
+  }
+  if (checked.type == 'h' && !Resolve({}, checked.link, leadsTo, links)) return kLinkOut;
+  if (BehindLink(checked.name, links)) return kBehindLink;
+  if (!checked.hardTarget.empty() &&
+      (BehindLink(checked.hardTarget, links) || links.count(Joined(checked.hardTarget)) != 0)) {
+    return kBehindLink;
+  }
+  return 0;
 }
 
 }  // namespace
@@ -209,15 +234,11 @@ unsigned WFbackup_CheckListing(StrIn listing, StrIn tree, StrOut member) {
     members.push_back(std::move(checked));
     names.emplace_back(StrIn(parsed.name).View());
   }
-  // No member may be written through a link of the archive, wherever it
-  // stands in the archive, and no hard link may be made to one behind it.
   for (std::size_t n = 0; n < members.size(); ++n) {
-    const Checked& checked = members[n];
-    if (BehindLink(checked.name, links) ||
-        (!checked.hardTarget.empty() &&
-         (BehindLink(checked.hardTarget, links) || links.count(Joined(checked.hardTarget)) != 0))) {
+    const unsigned refused = CheckAgainstLinks(members[n], links);
+    if (refused != 0) {
       Strings_Assign(names[n], member);
-      return kBehindLink;
+      return refused;
     }
   }
   return 0;

@@ -84,6 +84,9 @@ TEST(WFbackupListing, MembersThatCouldWriteOutsideAreRefused) {
   EXPECT_EQ(member, "./w/l/x");
   EXPECT_EQ(Check(Line('-', "./w/l/x") + Line('l', "./w/l", ".")), 19u);
   EXPECT_EQ(Check(Line('l', "./w/l", ".") + Line('h', "./w/h", "w/l/x")), 19u);
+  // Climbing back out of a link leaves from the link's target on disk.
+  EXPECT_EQ(Check(Line('l', "./a/b/l", ".") + Line('l', "./a/up", "b/l/../../..")), 16u);
+  EXPECT_EQ(Check(Line('l', "./a/b/l", ".") + Line('h', "./a/h", "a/b/l/../x")), 16u);
   EXPECT_EQ(Check(start + "garbage\n", &member), 13u);
   EXPECT_EQ(member, "garbage");
 }
