@@ -95,7 +95,9 @@ bool DumpWorkflow(StrIn name) {
 bool RunMode(std::uint8_t mode) {
   switch (mode) {
     case Floatdeck_Dump: return DumpWorkflow(Floatdeck_wfName);
-    case Floatdeck_Pack: return Floatdeck_PackWorkflow(Floatdeck_wfName, Floatdeck_archiveDir, false);
+    case Floatdeck_Pack:
+      WFbase_SetFeedback(false);
+      return Floatdeck_PackWorkflow(Floatdeck_wfName, Floatdeck_archiveDir, false);
     case Floatdeck_Unpack:
       WFbase_SetFeedback(false);
       return WFbackup_UnpackWorkflow(Floatdeck_wfName);
@@ -202,7 +204,6 @@ void Floatdeck_PackWorkflow_Message(unsigned number, StrIn first, StrIn second, 
 }
 
 bool Floatdeck_PackWorkflow(StrIn name, StrIn archiveDir, bool interactive) {
-  WFbase_SetFeedback(interactive);
   PathStr archive;
   if (!Strings_Equal(name, kAll)) {
     const bool packed = WFbackup_PackWorkflow(name, archiveDir, archive);
