@@ -4,6 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
+
 #include <atomic>
 #include <string>
 #include <string_view>
@@ -72,12 +75,23 @@ bool SFilMisc_RequireExtension(StrOut path, StrIn extension) {
 }
 
 bool SFilMisc_EscapeShMetaChars(StrIn text, StrOut escaped) {
-  const std::string source = text.Str();  // text may be escaped's own array
-  std::size_t needed = source.size();
-  for (const char c : source) needed += StringOp_IsShellMetaChar(c) ? 1 : 0;
-  Strings_Assign(source, escaped);
-  StringOp_EscapeShellMetaChars(escaped);
-  return needed <= escaped.Capacity();
+  // A backslash keeps a meta character, and a tilde that would begin a
+  // home directory; a backslash before a line feed would join two lines, so
+  // a line feed stands alone in single quotes.
+  std::string out;
+  bool whole = true;
+  for (const char c : text.Str()) {  // a copy: text may be escaped's own array
+    std::string piece(1, c);
+    if (c == '\n') piece = "'\n'";
+    else if (c == '~' || StringOp_IsShellMetaChar(c)) piece.insert(0, 1, '\\');
+    if (out.size() + piece.size() > escaped.Capacity()) {
+      whole = false;  // cut before the piece, never inside it
+      break;
+    }
+    out += piece;
+  }
+  Strings_Assign(out, escaped);
+  return whole;
 }
 
 std::string SFilMisc_QuoteForShell(std::string_view text) {
@@ -114,6 +128,28 @@ bool SFilMisc_ChMod(StrIn path, StrIn mode) {
   }
   if (bits > 07777) return false;
   return ::chmod(path.Str().c_str(), bits) == 0;
+}
+
+bool SFilMisc_ReplaceFile(StrIn path, StrIn text, StrIn mode) {
+  PathStr temporary;
+  if (!SFilMisc_CreateTmpName(path, temporary)) return false;
+  const int file = ::open(temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (file < 0) return false;
+  const std::string_view content = text.View();
+  std::size_t done = 0;
+  while (done < content.size()) {
+    const ssize_t wrote = ::write(file, content.data() + done, content.size() - done);
+    if (wrote < 0 && errno == EINTR) continue;
+    if (wrote <= 0) break;
+    done += static_cast<std::size_t>(wrote);
+  }
+  const bool closed = ::close(file) == 0;
+  if (done == content.size() && closed && SFilMisc_ChMod(temporary, mode) &&
+      std::rename(temporary, path.Str().c_str()) == 0) {
+    return true;
+  }
+  ::unlink(temporary);
+  return false;
 }
 
 bool SFilMisc_CreateTmpName(StrIn model, StrOut path) {

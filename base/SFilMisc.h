@@ -35,8 +35,10 @@ bool SFilMisc_RequireExtension(StrOut path, StrIn extension);
 // --- Files and the shell ------------------------------------------------------------
 
 // `text` with every shell meta character escaped, so that it passes a shell
-// as one word (see StringOp_EscapeShellMetaChars); text may be escaped itself.
-// False when the result had to be cut at escaped's bound.
+// as one word: a backslash before the characters of
+// StringOp_EscapeShellMetaChars and "~", a line feed in single quotes. Text
+// may be escaped itself. False when the result had to be cut at escaped's
+// bound (never inside an escape).
 bool SFilMisc_EscapeShMetaChars(StrIn text, StrOut escaped);
 // `text` in single quotes (a quote in it as '\''), so that it passes a shell
 // as one word whatever it holds, line feeds included.
@@ -49,6 +51,13 @@ bool SFilMisc_SaveAtomically(StrIn path, std::string_view text, unsigned mode);
 // "0755"; at most 7777). False for any other text or when the system refuses;
 // nothing is reported.
 bool SFilMisc_ChMod(StrIn path, StrIn mode);
+
+// Makes `text` the whole content of `path` in one step: it is written to a
+// temporary file beside the path, given `mode` (as SFilMisc_ChMod takes it)
+// and renamed over the path. Readers see the old file or the new one, never
+// a part. False on failure, with the old file untouched and no temporary
+// file left; nothing is reported.
+bool SFilMisc_ReplaceFile(StrIn path, StrIn text, StrIn mode);
 
 // --- Temporary names ----------------------------------------------------------------
 

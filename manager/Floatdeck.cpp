@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 #include "base/Argument.h"
 #include "base/BConvert.h"
@@ -12,14 +13,17 @@
 #include "base/SPrintf.h"
 #include "base/StringOp.h"
 #include "distribution/RWbase.h"
+#include "distribution/WFbackup.h"
 #include "image/SIqif.h"
 #include "image/SItiff.h"
 #include "jobqueue/CCjobClass.h"
 #include "rc/SrcFile.h"
 #include "toolkit/I.h"
+#include "toolkit/Imisc.h"
 #include "workflow/WFbase.h"
 #include "workflow/WFdebug.h"
 #include "workflow/WFfolder.h"
+#include "workflow/WFgroup.h"
 
 std::uint8_t Floatdeck_batchMode = Floatdeck_Interactive;
 char Floatdeck_wfName[kNameCap] = "";
@@ -39,6 +43,11 @@ char section[kSectionCap] = "Floatdeck";
 constexpr unsigned kUsageFirst = 50;
 constexpr unsigned kUsageLast = 57;
 constexpr unsigned kModeNotAvailable = 90;
+constexpr unsigned kNotPacked = 21;      // with the workflow
+constexpr unsigned kAllPacked = 22;
+constexpr unsigned kPacked = 23;         // with the workflow and the archive
+constexpr unsigned kPacking = 24;        // with the workflow, its number and how many
+constexpr char kAll[] = "all";
 // At most this much of an option is looked at.
 constexpr std::size_t kOptionChars = 255;
 
@@ -53,6 +62,8 @@ void InitModules() {
   SItiff_Init();
   WFbase_Init();
   RWbase_Init();  // the remote watch joins every install and removal
+  WFgroup_Init();  // workflows are listed by group from now on
+  WFbackup_Init();
   WFdebug_Init();
   WFfolder_RegisterExecuteOnProc(CCjobClass_ExecuteOn);
 }
@@ -84,8 +95,12 @@ bool DumpWorkflow(StrIn name) {
 bool RunMode(std::uint8_t mode) {
   switch (mode) {
     case Floatdeck_Dump: return DumpWorkflow(Floatdeck_wfName);
-    case Floatdeck_Pack: return ModeNotAvailable("-p");
-    case Floatdeck_Unpack: return ModeNotAvailable("-u");
+    case Floatdeck_Pack:
+      WFbase_SetFeedback(false);
+      return Floatdeck_PackWorkflow(Floatdeck_wfName, Floatdeck_archiveDir, false);
+    case Floatdeck_Unpack:
+      WFbase_SetFeedback(false);
+      return WFbackup_UnpackWorkflow(Floatdeck_wfName);
     case Floatdeck_Slave: return Floatdeck_SyncSlave(Floatdeck_masterInfo);
     default: return ModeNotAvailable("-s");
   }
@@ -173,6 +188,51 @@ void Floatdeck_DisplayUsage() {
     Messages_GetMessage(section, number);
     std::fprintf(stderr, "%s\n", Messages_message);
   }
+}
+
+void Floatdeck_PackWorkflow_Message(unsigned number, StrIn first, StrIn second, bool interactive) {
+  // messages: Floatdeck 21-24
+  TextStr text;
+  Messages_GetMsg(section, number, text);
+  if (!first.Empty()) SPrintf_String(text, first);
+  if (!second.Empty()) SPrintf_String(text, second);
+  if (interactive) {
+    Imisc_StrErrMsg(text);
+  } else {
+    std::fprintf(stderr, "%s\n", StrIn(text).Str().c_str());
+  }
+}
+
+bool Floatdeck_PackWorkflow(StrIn name, StrIn archiveDir, bool interactive) {
+  PathStr archive;
+  if (!Strings_Equal(name, kAll)) {
+    const bool packed = WFbackup_PackWorkflow(name, archiveDir, archive);
+    Floatdeck_PackWorkflow_Message(packed ? kPacked : kNotPacked, name, packed ? StrIn(archive) : StrIn(""),
+                                   interactive);
+    return packed;
+  }
+  // Every workflow in list order; one that fails doesn't stop the others.
+  WFbase_WfList list = WFbase_GetAllWorkflows("");
+  std::size_t count = 0;
+  for (WFbase_WfList entry = list; entry != nullptr; entry = entry->next) ++count;
+  bool allPacked = true;
+  std::size_t number = 0;
+  while (list != nullptr) {
+    WFbase_WfList entry = list;
+    list = entry->next;
+    if (!interactive) {
+      Floatdeck_PackWorkflow_Message(kPacking, entry->name, std::to_string(++number) + "/" + std::to_string(count),
+                                     false);
+    }
+    if (!WFbackup_PackWorkflow(entry->name, archiveDir, archive)) {
+      Floatdeck_PackWorkflow_Message(kNotPacked, entry->name, "", interactive);
+      allPacked = false;
+    }
+    entry->next = nullptr;
+    WFbase_DestroyWfList(entry);
+  }
+  if (allPacked) Floatdeck_PackWorkflow_Message(kAllPacked, "", "", interactive);
+  return allPacked;
 }
 
 bool Floatdeck_SyncSlave(StrIn masterInfo) {

@@ -42,6 +42,15 @@ extern TVWbase_DemonInfo Floatdeck_demonInfo;
 bool Floatdeck_GetParams(std::uint8_t& mode, StrOut wfName, StrOut archiveDir, StrOut masterInfo);
 // Writes the eight usage lines to standard error; the exit status stays.
 void Floatdeck_DisplayUsage();
+// Packs workflow `name`, or every workflow for "all", into `archiveDir` (empty:
+// the backup directory). Each failure is told with the workflow's name, the
+// others are packed all the same; "all" tells its progress in batch work.
+// Messages go to standard error, or with `interactive` into a message box.
+// True when every workflow was packed.
+bool Floatdeck_PackWorkflow(StrIn name, StrIn archiveDir, bool interactive);
+// The text of message `number` with `first` and `second` put in (each only
+// when not empty), told as Floatdeck_PackWorkflow tells its messages.
+void Floatdeck_PackWorkflow_Message(unsigned number, StrIn first, StrIn second, bool interactive);
 // Splits "host:port" and runs this program as a slave of that master. Bad
 // port or empty host: usage text, false.
 bool Floatdeck_SyncSlave(StrIn masterInfo);

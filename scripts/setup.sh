@@ -10,6 +10,8 @@ packages+=(libtiff-dev libtiff-tools)
 # time (its headers give the types); its tests and screenshots need a private
 # X server, XTest, xwd and convert, and a font for fontconfig to find.
 packages+=(pkg-config libx11-dev libxft-dev libfontconfig-dev libxtst-dev xvfb x11-apps imagemagick fonts-dejavu-core)
+# Workflows are packed into archives by GNU tar ("gtar" when there is one).
+packages+=(tar)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

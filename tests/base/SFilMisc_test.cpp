@@ -87,7 +87,7 @@ std::string Echoed(const std::string& word) {
 
 // What the escaped and quoted texts are worth: a shell gives back the original word.
 TEST(SFilMiscShell, EscapedTextSurvivesTheShell) {
-  const std::string nasty = "a b\t$HOME `id` \"q\" 'p' \\ ; & | < > ( ) { } [ ] * ? ! #x";
+  const std::string nasty = "~root a b\t$HOME `id` \"q\" 'p' \\ ; & | < > ( ) { } [ ] * ? ! #x\nnext\n";
   TextStr escaped;
   ASSERT_TRUE(SFilMisc_EscapeShMetaChars(nasty, escaped));
   EXPECT_EQ(Echoed(escaped), nasty);

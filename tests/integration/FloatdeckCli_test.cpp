@@ -49,7 +49,36 @@ class WorkflowDump : public FloatdeckCli {
     ASSERT_EQ(made.out, "Workflow sample installed.\n");
   }
   RunResult Dump(const std::string& name) { return Run({"-i", name}, {{"TV_PROJECTS", projects}}); }
+  RunResult Install(const std::vector<std::string>& args) {
+    std::vector<std::string> argv{FLOATDECK_BINARY_DIR "/bin/wfinstall"};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return RunProgram(argv, {{"TV_CUSTOMER", site.Path()}, {"TV_PROJECTS", projects}, {"MARLDAT", site.Path()},
+                             {"MARLENV", site.Path() + ":" FLOATDECK_BINARY_DIR "/env"}, {"TMP", site.Path()}});
+  }
+  // The demon's entries, each joined from its lines, in sorted order.
+  std::vector<std::string> DemonEntries() {
+    std::vector<std::string> entries;
+    const std::string text = FileText(site.Path() + "/tvwatchd.cfg");
+    for (std::size_t at = 0, end; (end = text.find('\n', at)) != std::string::npos; at = end + 1) {
+      const std::string line = text.substr(at, end - at);
+      if (line.rfind("FOLDER=", 0) == 0) entries.push_back(line);
+      else if (line.rfind("\t", 0) == 0 && !entries.empty()) entries.back() += line;
+    }
+    std::sort(entries.begin(), entries.end());
+    return entries;
+  }
+  std::vector<std::string> RcFiles() {
+    return {FileText(start + "/.autostartrc"), FileText(rename + "/.autorenmrc"),
+            FileText(duplicate + "/.autoduplrc"), FileText(filter + "/.autofilterrc")};
+  }
 };
+
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
 
 }  // namespace
 
@@ -75,13 +104,10 @@ TEST_F(FloatdeckCli, UsageFollowsTheLanguage) {
 }
 
 TEST_F(FloatdeckCli, ModesNotYetBuiltSayWhichAndFail) {
-  for (const std::vector<std::string>& args :
-       std::vector<std::vector<std::string>>{{"-p", "all"}, {"-S", "master:9912"}}) {
-    const RunResult r = Run(args);
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.out, "");
-    EXPECT_EQ(r.err, "The mode " + args[0] + " is not available in this version of the program.\n");
-  }
+  const RunResult r = Run({"-S", "master:9912"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.err, "The mode -S is not available in this version of the program.\n");
 }
 
 TEST_F(FloatdeckCli, MissingCatalogEndsWithACrashReport) {
@@ -138,4 +164,50 @@ TEST_F(WorkflowDump, AFailedRebuildSaysWhyAndFails) {
   const RunResult unknown = Dump("nosuch");
   EXPECT_EQ(unknown.status, 1);
   EXPECT_EQ(unknown.err, failed + "The folder " + projects + "/workflow/nosuch does not exist or cannot be used.\n");
+}
+
+TEST_F(WorkflowDump, PackedRemovedAndUnpackedTheSampleIsAsBefore) {
+  const std::string dump = Dump("sample").err;
+  const auto rcFiles = RcFiles();
+  const auto entries = DemonEntries();
+  ASSERT_EQ(entries.size(), 4u);
+  const RunResult packed = Run({"-p", "sample"}, {{"TV_PROJECTS", projects}, {"TMP", site.Path()}});
+  EXPECT_EQ(packed.status, 0);
+  EXPECT_EQ(packed.err, "\nThe workflow sample has been packed into " + projects + "/wfbackup/sample.tar.\n");
+  ASSERT_EQ(Install({"-r", "sample"}).status, 0);
+  ASSERT_FALSE(std::filesystem::exists(start));
+
+  const RunResult unpacked = Run({"-u", "sample"}, {{"TV_PROJECTS", projects}, {"TMP", site.Path()}});
+  EXPECT_EQ(unpacked.status, 0) << unpacked.err;
+  EXPECT_EQ(unpacked.out, "");
+  EXPECT_EQ(Dump("sample").err, dump);
+  EXPECT_EQ(RcFiles(), rcFiles);
+  EXPECT_EQ(DemonEntries(), entries);
+  const RunResult again = Run({"-u", "sample"}, {{"TV_PROJECTS", projects}, {"TMP", site.Path()}});
+  EXPECT_EQ(again.status, 1);
+  EXPECT_EQ(again.err, "\nThe workflow sample exists already and is not overwritten.\n");
+}
+
+TEST_F(WorkflowDump, AllWorkflowsMoveToAnotherProjectsTreeWithTheirGroups) {
+  ASSERT_EQ(Install({"-w", "second", FLOATDECK_SOURCE_DIR "/scripts/sample.wf"}).status, 0);
+  PutFile(site.Path() + "/floatdeck.groups", "one\\:two:sample\nthree:second\n");
+  TempDir archives, other;
+  const RunResult packed = Run({"-p", "all", archives.Path()}, {{"TV_PROJECTS", projects}, {"TMP", site.Path()}});
+  EXPECT_EQ(packed.status, 0);
+  EXPECT_EQ(packed.err, "Packing the workflow sample (1/2).\n\nPacking the workflow second (2/2).\n\n"
+                        "All workflows have been packed.\n");
+
+  const std::string elsewhere = other.Path() + "/projects";  // an empty tree
+  std::filesystem::create_directory(elsewhere);
+  for (const char* name : {"sample", "second"}) {
+    const RunResult r = Run({"-u", archives.Path() + "/" + name + ".tar"},
+                            {{"TV_PROJECTS", elsewhere}, {"TV_CUSTOMER", other.Path()}, {"TMP", other.Path()}});
+    EXPECT_EQ(r.status, 0) << r.err;
+  }
+  for (const char* name : {"sample", "second"}) {
+    const RunResult there = Run({"-i", name}, {{"TV_PROJECTS", elsewhere}, {"TV_CUSTOMER", other.Path()}});
+    EXPECT_EQ(there.err, Replaced(Dump(name).err, projects, elsewhere));
+  }
+  const std::string groups = FileText(other.Path() + "/floatdeck.groups");
+  EXPECT_TRUE(groups == "one\\:two:sample\nthree:second\n" || groups == "three:second\none\\:two:sample\n") << groups;
 }

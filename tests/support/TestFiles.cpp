@@ -145,3 +145,31 @@ void UsePrivateSite(const std::string& root) {
   ::setenv("TMP", (root + "/tmp").c_str(), 1);
 }
 
+
+namespace {
+
+class PrivateSiteForTests : public ::testing::Environment {
+ public:
+  PrivateSiteForTests(TempDir*& site, void (*init)()) : site_(site), init_(init) {}
+  void SetUp() override {
+    site_ = new TempDir;
+    UsePrivateSite(site_->Path());
+    init_();
+  }
+  void TearDown() override {
+    delete site_;
+    site_ = nullptr;
+  }
+
+ private:
+  TempDir*& site_;
+  void (*init_)();
+};
+
+}  // namespace
+
+TempDir*& UsePrivateSiteForTests(void (*init)()) {
+  static TempDir* site = nullptr;
+  ::testing::AddGlobalTestEnvironment(new PrivateSiteForTests(site, init));
+  return site;
+}

@@ -43,6 +43,12 @@ bool UseBuildTreeSite(void (*init)());
 // configuration goes) and the build tree's catalogs.
 void UsePrivateSite(const std::string& root);
 
+// A private site (UsePrivateSite) for the whole test program, made before
+// the first test, after which `init` runs (the initialisers and settings the
+// tests need); removed after the last test. The reference is that site from
+// then on; for use as a namespace-scope initialiser, once per program.
+TempDir*& UsePrivateSiteForTests(void (*init)());
+
 using CatalogTexts = std::map<std::string, std::map<unsigned, std::string>>;
 
 // Writes `texts` as a catalog file at `path`.
