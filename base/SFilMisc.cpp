@@ -101,20 +101,20 @@ std::string SFilMisc_QuoteForShell(std::string_view text) {
 }
 
 bool SFilMisc_SaveAtomically(StrIn path, std::string_view text, unsigned mode) {
-  char host[kNameCap];
-  DirAcces_GetMachineName(host);
-  const std::string temporary = path.Str() + "." + StrIn(host).Str() + "-" + std::to_string(::getpid()) + ".tmp";
-  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  if (fd < 0) return false;
+  PathStr temporary;
+  if (!SFilMisc_CreateTmpName(path, temporary)) return false;
+  const int file = ::open(temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (file < 0) return false;
   std::size_t done = 0;
   while (done < text.size()) {
-    const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-    if (n <= 0) break;
-    done += static_cast<std::size_t>(n);
+    const ssize_t wrote = ::write(file, text.data() + done, text.size() - done);
+    if (wrote < 0 && errno == EINTR) continue;
+    if (wrote <= 0) break;
+    done += static_cast<std::size_t>(wrote);
   }
-  const bool written = done == text.size() && ::fchmod(fd, mode) == 0;
-  if (::close(fd) == 0 && written && ::rename(temporary.c_str(), path.Str().c_str()) == 0) return true;
-  ::unlink(temporary.c_str());
+  const bool written = done == text.size() && ::fchmod(file, mode) == 0;
+  if (::close(file) == 0 && written && std::rename(temporary, path.Str().c_str()) == 0) return true;
+  ::unlink(temporary);
   return false;
 }
 
@@ -128,28 +128,6 @@ bool SFilMisc_ChMod(StrIn path, StrIn mode) {
   }
   if (bits > 07777) return false;
   return ::chmod(path.Str().c_str(), bits) == 0;
-}
-
-bool SFilMisc_ReplaceFile(StrIn path, StrIn text, StrIn mode) {
-  PathStr temporary;
-  if (!SFilMisc_CreateTmpName(path, temporary)) return false;
-  const int file = ::open(temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  if (file < 0) return false;
-  const std::string_view content = text.View();
-  std::size_t done = 0;
-  while (done < content.size()) {
-    const ssize_t wrote = ::write(file, content.data() + done, content.size() - done);
-    if (wrote < 0 && errno == EINTR) continue;
-    if (wrote <= 0) break;
-    done += static_cast<std::size_t>(wrote);
-  }
-  const bool closed = ::close(file) == 0;
-  if (done == content.size() && closed && SFilMisc_ChMod(temporary, mode) &&
-      std::rename(temporary, path.Str().c_str()) == 0) {
-    return true;
-  }
-  ::unlink(temporary);
-  return false;
 }
 
 bool SFilMisc_CreateTmpName(StrIn model, StrOut path) {

@@ -52,13 +52,6 @@ bool SFilMisc_SaveAtomically(StrIn path, std::string_view text, unsigned mode);
 // nothing is reported.
 bool SFilMisc_ChMod(StrIn path, StrIn mode);
 
-// Makes `text` the whole content of `path` in one step: it is written to a
-// temporary file beside the path, given `mode` (as SFilMisc_ChMod takes it)
-// and renamed over the path. Readers see the old file or the new one, never
-// a part. False on failure, with the old file untouched and no temporary
-// file left; nothing is reported.
-bool SFilMisc_ReplaceFile(StrIn path, StrIn text, StrIn mode);
-
 // --- Temporary names ----------------------------------------------------------------
 
 // A fresh name for a temporary file like `model`: in the model's directory,

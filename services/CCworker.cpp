@@ -213,6 +213,13 @@ void Start(CCemployer_Employer* e, CCjobBase_Job job) {
   char id[kNameCap];
   CCjobBase_GetId(job, id);
   j->id = StrIn(id).Str();
+  // A job a worker before us took but never started was handed back
+  // ("waiting"); its server may give it to us again before it answered that.
+  const auto known = jobs.find(j->id);
+  if (known != jobs.end() && known->second->ended && known->second->status == CCtypes_Waiting) {
+    CCjobDir_Remove(j->id);
+    jobs.erase(known);
+  }
   // A job handed to us again (its server lost our word) runs once only.
   if (j->id.empty() || jobs.count(j->id) > 0) return;
   CCjobDir_Record record{j->id, e->host, e->port, e->workerName, CCjobBase_JobToString(job), 0, 0};

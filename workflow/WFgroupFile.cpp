@@ -278,7 +278,7 @@ bool WFgroup_Save(int file) {
     }
     text += '\n';
   }
-  const bool saved = SFilMisc_ReplaceFile(FileName(), text, "666");
+  const bool saved = SFilMisc_SaveAtomically(FileName(), text, 0666);
   WFgroup_grpList->mtime = saved ? FileTime() : WFgroup_FileTime{};  // unsaved: read again next time
   return saved;
 }

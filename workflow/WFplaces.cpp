@@ -132,7 +132,7 @@ void WFplaces_Save(WFplaces places) {
     text += StrIn(path).Str() + " " + std::to_string(column) + " " + std::to_string(row) + "\n";
   }
   StrHash_DestroyIterator(walk);
-  if (SFilMisc_ReplaceFile(places->file, text, "666")) places->modified = false;
+  if (SFilMisc_SaveAtomically(places->file, text, 0666)) places->modified = false;
 }
 
 WFplaces WFplaces_Copy(WFplaces places) {
