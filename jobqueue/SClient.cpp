@@ -75,7 +75,7 @@ bool IsLocal(const std::string& host) {
 void StartServer(SClient conn) {
   char name[kNameCap];
   SProtocol_ServerName(conn->protocol, name);
-  char command[kTextCap] = "%s </dev/null &";
+  char command[kTextCap] = "%s </dev/null >/dev/null 2>&1 &";
   SPrintf_String(command, name);
   Processe_System(command);
 }

@@ -1,8 +1,8 @@
 // wfinstall: the operator's tool that creates, changes and removes
 // workflows without the manager's window.
 //
-//   wfinstall [-f] [-w NAME] FILE    make the workflow FILE describes (WFdesc)
-//                                    look like that, and install it
+//   wfinstall [-f] [-n] [-w NAME] FILE   make the workflow FILE describes
+//                                        (WFdesc) look like that, and install it
 //   wfinstall -c [-w NAME] FILE      only check FILE against the kinds
 //   wfinstall [-f] -r NAME           remove the workflow NAME
 //
@@ -11,7 +11,8 @@
 // in memory by the description, and installed, which writes only what
 // changed. A folder that the change (or the removal) would delete while it
 // still holds files is refused, and nothing is written, unless -f is given;
-// so is a workflow locked against changes.
+// so is a workflow locked against changes. An install tells the watch demon;
+// when none runs it starts one, unless -n is given.
 //
 // Results go to standard output, failures to standard error. Exit status:
 // 0 success, 1 a reported failure (a bad description or command line, a
@@ -83,6 +84,8 @@ bool GetOptions(Options& options) {
     const std::string text = StrIn(word).Str();
     if (text == "-f") {
       options.force = true;
+    } else if (text == "-n") {
+      AutoMisc_AllowDemonStart(false);
     } else if (text == "-c") {
       options.action = Action::Check;
     } else if (text == "-r" || text == "-w") {

@@ -49,6 +49,7 @@ constexpr char kDemonCommand[] = "TVWatchD";
 bool initialised = false;
 bool silent = false;
 bool demonStartTried = false;
+bool demonStartAllowed = true;
 AutoMisc_AskProc askProc = nullptr;
 
 void Compose(unsigned number, StrIn first, StrIn second, StrOut text) {
@@ -339,7 +340,7 @@ bool AutoMisc_DeleteDemonConfigEntry(StrIn path) {
 bool AutoMisc_NotifyDemon() {
   if (TVWbase_KillDemon(TVWbase_sigUsr1)) return true;
   // No demon to tell: start one, but try that only once in a process.
-  if (demonStartTried || !Ask(kStartDemon)) return false;
+  if (!demonStartAllowed || demonStartTried || !Ask(kStartDemon)) return false;
   demonStartTried = true;
   const bool found = Quietly([] {
     return DirAcces_PathLookup("PATH", kDemonCommand, DirAcces_Mode::Execute);
@@ -349,6 +350,8 @@ bool AutoMisc_NotifyDemon() {
   Message(kDemonNotStarted);
   return false;
 }
+
+void AutoMisc_AllowDemonStart(bool allow) { demonStartAllowed = allow; }
 
 // --- Checks for the front ends --------------------------------------------------------
 

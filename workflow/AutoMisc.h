@@ -74,6 +74,9 @@ bool AutoMisc_DeleteDemonConfigEntry(StrIn path);
 // asks (message 11) and starts "TVWatchD" from PATH, once per process; a
 // start that fails is message 12. True when the demon was told or started.
 bool AutoMisc_NotifyDemon();
+// Whether AutoMisc_NotifyDemon may start a demon that does not run (yes
+// until said otherwise).
+void AutoMisc_AllowDemonStart(bool allow);
 
 // --- Checks for the front ends --------------------------------------------------------
 

@@ -79,7 +79,8 @@ class AutoStep : public ::testing::Test {
   }
   void Install(const std::string& text) {
     PutFile(site.Path() + "/wf.txt", text);
-    const RunResult r = RunProgram({kBin + "wfinstall", site.Path() + "/wf.txt"}, Env());
+    // The steps are run by hand here: no demon may take the files.
+    const RunResult r = RunProgram({kBin + "wfinstall", "-n", site.Path() + "/wf.txt"}, Env());
     ASSERT_EQ(r.status, 0) << r.err;
   }
   void InstallRoad() {

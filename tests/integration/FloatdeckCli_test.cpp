@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "tests/support/Services.h"
 #include "tests/support/TestFiles.h"
 
 namespace {
@@ -39,7 +40,10 @@ class WorkflowDump : public FloatdeckCli {
   const std::string duplicate = projects + "/autofolder/autoduplicate/flow_sample_0";
   const std::string filter = projects + "/autofolder/autofilter/flow_sample_0";
 
+  // Installing starts the watch demon, and the demon the queue: on ports of
+  // this test's own, and ended with it.
   void SetUp() override {
+    for (const char* port : {"TV_CCSERVER_PORT", "TV_CCWORKER_PORT", "TV_RMSERVER_PORT"}) ChoosePort(port);
     const RunResult made =
         RunProgram({"/bin/bash", FLOATDECK_SOURCE_DIR "/scripts/sample-workflow.sh", projects},
                    {{"FLOATDECK_BIN", FLOATDECK_BINARY_DIR "/bin"}, {"TV_CUSTOMER", site.Path()},
@@ -48,6 +52,7 @@ class WorkflowDump : public FloatdeckCli {
     ASSERT_EQ(made.status, 0) << made.err;
     ASSERT_EQ(made.out, "Workflow sample installed.\n");
   }
+  void TearDown() override { StopSiteServices(site.Path()); }
   RunResult Dump(const std::string& name) { return Run({"-i", name}, {{"TV_PROJECTS", projects}}); }
   RunResult Install(const std::vector<std::string>& args) {
     std::vector<std::string> argv{FLOATDECK_BINARY_DIR "/bin/wfinstall"};

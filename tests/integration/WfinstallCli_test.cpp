@@ -12,6 +12,7 @@
 #include <map>
 #include <regex>
 
+#include "tests/support/Services.h"
 #include "tests/support/TestFiles.h"
 
 namespace {
@@ -44,9 +45,13 @@ class Wfinstall : public ::testing::Test {
   const std::string duplicate = projects + "/autofolder/autoduplicate/flow_sample_0";
   const std::string filter = projects + "/autofolder/autofilter/flow_sample_0";
 
+  // Installing starts the watch demon, and the demon the queue: on ports of
+  // this test's own, and ended with it.
   void SetUp() override {
     for (const char* dir : {"projects", "customer", "env", "dat", "tmp"}) fs::create_directories(site.Path() + "/" + dir);
+    for (const char* port : {"TV_CCSERVER_PORT", "TV_CCWORKER_PORT", "TV_RMSERVER_PORT"}) ChoosePort(port);
   }
+  void TearDown() override { StopSiteServices(site.Path() + "/dat"); }
 
   std::vector<std::pair<std::string, std::string>> Env() const {
     return {{"TV_PROJECTS", projects},

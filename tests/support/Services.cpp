@@ -8,6 +8,9 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 namespace {
@@ -28,7 +31,44 @@ bool Accepts(std::uint16_t port) {
   return connected;
 }
 
+// Whether process `pid` lives (a zombie does not) and started with `entry`
+// in its environment.
+bool RunsWith(int pid, const std::string& entry) {
+  const std::string proc = "/proc/" + std::to_string(pid);
+  std::ifstream stat(proc + "/stat");
+  std::string status((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+  const std::size_t close = status.rfind(')');
+  if (close == std::string::npos || close + 2 >= status.size() || status[close + 2] == 'Z') return false;
+  std::ifstream environ(proc + "/environ");
+  for (std::string variable; std::getline(environ, variable, '\0');)
+    if (variable == entry) return true;
+  return false;
+}
+
+// The processes other than this one that were started for the installation
+// of `dat`: the services and whatever is on its way to become one.
+std::vector<int> SiteProcesses(const std::string& dat) {
+  std::vector<int> found;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
+    const int pid = std::atoi(entry.path().filename().c_str());
+    if (pid > 0 && pid != ::getpid() && RunsWith(pid, "MARLDAT=" + dat)) found.push_back(pid);
+  }
+  return found;
+}
+
 }  // namespace
+
+void StopSiteServices(const std::string& dat) {
+  std::ofstream{dat + "/stopped"};
+  // Done once nothing of the site was seen for a second: one that was on its
+  // way has met the stop file by then.
+  for (int round = 0, quiet = 0; quiet < 20; ++round, ::usleep(50 * 1000)) {
+    const std::vector<int> running = SiteProcesses(dat);
+    quiet = running.empty() ? quiet + 1 : 0;
+    for (const int pid : running) ::kill(pid, round < 200 ? SIGTERM : SIGKILL);
+  }
+}
 
 void ChoosePort(const std::string& portVariable) {
   const int fd = ::socket(AF_INET, SOCK_STREAM, 0);

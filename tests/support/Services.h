@@ -23,3 +23,11 @@ void StopService(int& pid, int signal = 15);
 void ChooseRMserverPort();
 int StartRMserver(const std::vector<std::pair<std::string, std::string>>& env = {});
 void StopRMserver(int& pid);
+
+// Ends the services that programs under test started on their own in the
+// installation whose MARLDAT is `dat` (an install starts the watch demon,
+// the demon the queue server, the server its worker), found by the MARLDAT
+// of their environment: the stop file keeps more from starting, running ones
+// get SIGTERM, after 10 s SIGKILL. Waits until none is left; the stop file
+// stays.
+void StopSiteServices(const std::string& dat);

@@ -56,13 +56,13 @@ void WriteCatalog(const std::string& path, const CatalogTexts& texts) {
 RunResult RunProgram(const std::vector<std::string>& argv,
                      const std::vector<std::pair<std::string, std::string>>& env) {
   int out[2], err[2];
-  if (::pipe(out) != 0 || ::pipe(err) != 0) throw std::runtime_error("pipe failed");
+  // Only the program's standard output and error lead into the pipes: a
+  // service it leaves running must not keep them open.
+  if (::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
   const pid_t pid = ::fork();
   if (pid == 0) {
     ::dup2(out[1], 1);
     ::dup2(err[1], 2);
-    ::close(out[0]);
-    ::close(err[0]);
     for (const auto& [name, value] : env) {
       if (value.empty()) ::unsetenv(name.c_str());
       else ::setenv(name.c_str(), value.c_str(), 1);
