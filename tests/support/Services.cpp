@@ -1,6 +1,7 @@
 #include "tests/support/Services.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -10,7 +11,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 namespace {
@@ -31,18 +31,26 @@ bool Accepts(std::uint16_t port) {
   return connected;
 }
 
+// The whole of a file of /proc, or what could be read before its process went.
+std::string ProcFile(const std::string& path) {
+  std::string text;
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return text;
+  char chunk[4096];
+  for (ssize_t got; (got = ::read(fd, chunk, sizeof chunk)) > 0;) text.append(chunk, static_cast<std::size_t>(got));
+  ::close(fd);
+  return text;
+}
+
 // Whether process `pid` lives (a zombie does not) and started with `entry`
 // in its environment.
 bool RunsWith(int pid, const std::string& entry) {
   const std::string proc = "/proc/" + std::to_string(pid);
-  std::ifstream stat(proc + "/stat");
-  std::string status((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+  const std::string status = ProcFile(proc + "/stat");
   const std::size_t close = status.rfind(')');
   if (close == std::string::npos || close + 2 >= status.size() || status[close + 2] == 'Z') return false;
-  std::ifstream environ(proc + "/environ");
-  for (std::string variable; std::getline(environ, variable, '\0');)
-    if (variable == entry) return true;
-  return false;
+  const std::string environ = '\0' + ProcFile(proc + "/environ");
+  return environ.find('\0' + entry + '\0') != std::string::npos;
 }
 
 // The processes other than this one that were started for the installation
