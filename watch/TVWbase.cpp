@@ -1,6 +1,7 @@
 // TVWbase: the demon info file, its lock, signals, migration and job addons.
 #include "watch/TVWbase.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -108,25 +109,40 @@ std::vector<std::string> Lines(StrIn text) {
 }
 
 // Loads an info file; a parsed file naming no live demon is removed.
-bool LoadNew(const std::string& path, TVWbase_DemonInfo& info) {
-  std::string text;
-  if (!ReadText(path, text) || !TVWbase_ParseInfo(text, info)) return false;
-  if (TVWbase_IsLocal(info.host) && !TVWbase_IsAlive(info.pid)) {
-    Messages_Quietly([&] { return DirAcces_Remove(path); });
-    return false;
-  }
-  return true;
+// Whether an info file's text names a demon of this host that is gone.
+bool Stale(const std::string& text, bool oldFormat) {
+  TVWbase_DemonInfo info;
+  const bool parsed = oldFormat ? TVWbase_ParseOldInfo(text, info) : TVWbase_ParseInfo(text, info);
+  return parsed && TVWbase_IsLocal(info.host) && !TVWbase_IsAlive(info.pid);
 }
 
-bool LoadOld(const std::string& path, TVWbase_DemonInfo& info) {
-  std::string text;
-  if (!ReadText(path, text) || !TVWbase_ParseOldInfo(text, info)) return false;
-  if (!TVWbase_IsAlive(info.pid)) {
-    Messages_Quietly([&] { return DirAcces_Remove(path); });
-    return false;
-  }
-  return true;
+// Removes the info file of a demon that is gone. A demon that starts holds
+// the file's lock until it has written its own info into it: such a file
+// stays, and one that is removed is read again under its lock first.
+void RemoveStale(const std::string& path, bool oldFormat) {
+  Messages_Quietly([&] {
+    FileIO_File file = FileIO_Open(path, FileIO_readWriteMode);
+    if (file == FileIO_nil) return false;
+    char buffer[kTextCap];
+    const ssize_t got = FileIO_TestAndLock(file) ? ::pread(file, buffer, sizeof buffer - 1, 0) : -1;
+    const bool removed = got > 0 && Stale(std::string(buffer, static_cast<std::size_t>(got)), oldFormat) &&
+                         DirAcces_Remove(path);
+    FileIO_Close(file);
+    return removed;
+  });
 }
+
+bool Load(const std::string& path, TVWbase_DemonInfo& info, bool oldFormat) {
+  std::string text;
+  if (!ReadText(path, text) || !(oldFormat ? TVWbase_ParseOldInfo(text, info) : TVWbase_ParseInfo(text, info)))
+    return false;
+  if (!Stale(text, oldFormat)) return true;
+  RemoveStale(path, oldFormat);
+  return false;
+}
+
+bool LoadNew(const std::string& path, TVWbase_DemonInfo& info) { return Load(path, info, false); }
+bool LoadOld(const std::string& path, TVWbase_DemonInfo& info) { return Load(path, info, true); }
 
 // One slot's answer: the cache while the file's time is unchanged and its
 // demon lives, else a fresh load.
@@ -191,6 +207,13 @@ FileIO_File LockDir(int kind, std::uint32_t timeoutMs, StrOut message) {
       return FileIO_nil;
     }
     Utility_Delay(kLockPollMs);
+  }
+  // A reader may have removed the file as stale between our open and lock.
+  struct stat held {}, there {};
+  if (::fstat(file, &held) != 0 || ::stat(StrIn(name).Str().c_str(), &there) != 0 || held.st_ino != there.st_ino ||
+      held.st_dev != there.st_dev) {
+    Messages_Quietly([&] { return FileIO_Close(file); });
+    return LockDir(kind, timeoutMs, message);
   }
   if (!isNew) {
     std::string text;

@@ -148,7 +148,12 @@ struct Demon {
     all.insert(all.end(), args.begin(), args.end());
     pid = StartService("TVWatchD", "TV_TVWATCHD_PORT", all);
     ASSERT_GT(pid, 0) << "TVWatchD did not come up";
-    TVWbase_Reset();
+    // Its port answers before it publishes itself.
+    ASSERT_TRUE(Await([] {
+      TVWbase_Reset();
+      TVWbase_DemonInfo info;
+      return TVWbase_DemonRunning(info);
+    }));
   }
 };
 

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <string>
 
+#include "base/FileIO.h"
 #include "base/Messages.h"
 #include "tests/support/TestFiles.h"
 
@@ -148,6 +149,29 @@ TEST_F(TVWbaseTest, StaleInfoIsRemovedByTheFirstReader) {
   PutFile(InfoFile(0), InfoText(other.pid, 5612, ""));
   EXPECT_FALSE(TVWbase_IsAlive(other.pid));
   EXPECT_FALSE(TVWbase_DemonRunning(info));
+  EXPECT_FALSE(fs::exists(InfoFile(0)));
+  // A demon that starts holds the stale file's lock until it has written its
+  // own info into it: the file stays.
+  PutFile(InfoFile(0), InfoText(DeadPid(), 5612, ""));
+  int ready[2];
+  ASSERT_EQ(::pipe(ready), 0);
+  const pid_t starting = ::fork();
+  if (starting == 0) {
+    FileIO_File file = FileIO_Open(InfoFile(0), FileIO_readWriteMode);
+    const char locked = file != FileIO_nil && FileIO_TestAndLock(file) ? 1 : 0;
+    if (::write(ready[1], &locked, 1) == 1) ::pause();
+    ::_exit(0);
+  }
+  char locked = 0;
+  ASSERT_EQ(::read(ready[0], &locked, 1), 1);
+  ASSERT_EQ(locked, 1);
+  EXPECT_FALSE(TVWbase_GetDemonInfo(info));
+  EXPECT_TRUE(fs::exists(InfoFile(0)));
+  ::kill(starting, SIGKILL);
+  ::waitpid(starting, nullptr, 0);
+  ::close(ready[0]);
+  ::close(ready[1]);
+  EXPECT_FALSE(TVWbase_GetDemonInfo(info));
   EXPECT_FALSE(fs::exists(InfoFile(0)));
 }
 
