@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <algorithm>
+
 #include "base/Messages.h"
 #include "tests/support/TestFiles.h"
 
@@ -89,10 +91,7 @@ TEST_F(CatalogFiles, SearchesStopEarlyOnTheFilesOrder) {
   std::vector<unsigned char> bytes = EncodeCatalog({{"B", {{2, "b"}, {1, "late"}}}});
   const std::vector<unsigned char> a = EncodeCatalog({{"A", {{1, "a"}}}});
   // Swap the entries of "B" so that 2 stands before 1.
-  std::swap(bytes[20], bytes[24]);
-  std::swap(bytes[21], bytes[25]);
-  std::swap(bytes[22], bytes[26]);
-  std::swap(bytes[23], bytes[27]);
+  std::swap_ranges(bytes.begin() + 20, bytes.begin() + 24, bytes.begin() + 24);
   bytes.insert(bytes.end(), a.begin(), a.end());
   WriteBytes(path, bytes);
   Catalog_Handle catalog = Catalog_ReadFile(path);

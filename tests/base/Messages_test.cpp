@@ -73,15 +73,6 @@ TEST_F(MessagesTest, NewestCatalogWinsAndMissingTextsAreMarked) {
   EXPECT_EQ(Messages_SectionUseCount("Test"), before + 1);
 }
 
-TEST_F(MessagesTest, WalksASectionInNumberOrder) {
-  unsigned number = 0;
-  std::vector<std::string> texts;
-  Messages_StartSection("Test");
-  while (Messages_NextMessage(number)) texts.push_back(std::to_string(number) + Messages_message);
-  EXPECT_EQ(texts, (std::vector<std::string>{"1first", "2second %s", "3third"}));
-  EXPECT_STREQ(Messages_message, "");
-}
-
 TEST_F(MessagesTest, ForeignLanguagePools) {
   char text[kTextCap];
   Messages_GetForeignMsg("deu", "Test", 1, text);

@@ -24,15 +24,6 @@ void Second() {
 
 }  // namespace
 
-TEST(ProcesseSignals, SystemNumbersMapToTheOperatingSystems) {
-  EXPECT_EQ(Processe_MapTVsignal2OSsignal(7), 16);
-  EXPECT_EQ(Processe_MapTVsignal2OSsignal(16), 10);  // the user signals
-  EXPECT_EQ(Processe_MapTVsignal2OSsignal(17), 12);
-  EXPECT_EQ(Processe_MapTVsignal2OSsignal(31), 25);
-  EXPECT_EQ(Processe_MapTVsignal2OSsignal(9), 9);  // unmapped numbers stay
-  EXPECT_EQ(Processe_MapTVsignal2OSsignal(15), 15);
-}
-
 TEST(ProcesseExitDeathTest, ChainRunsNewestFirstAndOnlyOnce) {
   EXPECT_EXIT(
       {

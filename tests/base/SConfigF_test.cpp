@@ -95,11 +95,6 @@ TEST_F(SConfigFTest, AFileIsFoundAlongTheVariableThenAsItStands) {
   struct stat info {};
   ASSERT_EQ(::stat(Path("one/made.cfg").c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0666u);
-
-  SConfigF nil = SConfigF_Nil();
-  EXPECT_FALSE(SConfigF_ReadLine(nil));
-  SConfigF_PutField(nil, "K", "V");
-  EXPECT_TRUE(SConfigF_Close(nil));
 }
 
 TEST_F(SConfigFTest, LongLinesWrapInFrontOfTheFieldThatWouldReachColumn80) {

@@ -22,20 +22,6 @@ std::string Describe(SDynArr array) {
 
 }  // namespace
 
-TEST(SDynArr, NilAnswersEmpty) {
-  SDynArr array = SDynArr_Nil();
-  EXPECT_EQ(SDynArr_Create(0, 4), nullptr);
-  Record record{1, "kept"};
-  EXPECT_EQ(SDynArr_Append(array, &record), 0u);
-  SDynArr_Put(array, 3, &record);
-  SDynArr_SetCount(array, 3);
-  EXPECT_EQ(SDynArr_Count(array) + SDynArr_RecordSize(array), 0u);
-  EXPECT_EQ(SDynArr_At(array, 0), nullptr);
-  EXPECT_FALSE(SDynArr_Get(array, 0, &record) || SDynArr_Remove(array, 0));
-  EXPECT_STREQ(record.name, "kept");
-  SDynArr_Destroy(array);
-}
-
 TEST(SDynArr, RecordsGrowMoveAndShrink) {
   SDynArr array = SDynArr_Create(sizeof(Record), 1);
   for (int i = 0; i < 3; ++i) {

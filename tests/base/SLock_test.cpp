@@ -93,12 +93,6 @@ TEST_F(SLockTest, OneHolderAtATimeAndOnlyItsOwnFileIsRemoved) {
   SLock_Destroy(second);
   EXPECT_EQ(second, nullptr);
   EXPECT_EQ(FileText(name_), "12345\n");
-
-  SLock nil = SLock_Nil();
-  EXPECT_FALSE(SLock_Lock(nil, 1000));
-  EXPECT_EQ(SLock_error, 4);
-  SLock_Unlock(nil);
-  SLock_Destroy(nil);
 }
 
 TEST_F(SLockTest, ALockWhoseOwnerDiedIsTakenOverAtTheFirstTry) {

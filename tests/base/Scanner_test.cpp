@@ -158,7 +158,7 @@ TEST(Scanner, IncludeReadsARegularFileInPlace) {
   EXPECT_EQ(Scan("INCLUDE \"" + loop + "\""), (Symbols{"E7:@0"}));
 }
 
-TEST(Scanner, LinesOfPositionsAndTheNilScanner) {
+TEST(Scanner, LinesOfPositions) {
   const std::string_view text = "a\nb\n\nc";
   Scanner s = Scanner_Create(text.data(), text.size(), SMacros_Nil());
   EXPECT_EQ(Scanner_LineNumber(s, 0), 1u);
@@ -166,12 +166,4 @@ TEST(Scanner, LinesOfPositionsAndTheNilScanner) {
   EXPECT_EQ(Scanner_LineNumber(s, 5), 4u);
   EXPECT_EQ(Scanner_LineNumber(s, 500), 4u);
   Scanner_Destroy(s);
-
-  Scanner nil = Scanner_Nil();
-  EXPECT_EQ(Scanner_Next(nil), Scanner_Sym::End);
-  EXPECT_EQ(Scanner_LineNumber(nil, 3), 0u);
-  NameStr name = "old";
-  Scanner_SymText(nil, name);
-  EXPECT_STREQ(name, "");
-  Scanner_Destroy(nil);
 }

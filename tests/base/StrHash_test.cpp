@@ -73,19 +73,6 @@ std::string RandomKey(std::mt19937& random) {
 
 }  // namespace
 
-TEST(StrHash, NilAnswersEmpty) {
-  StrHash table = StrHash_Nil();
-  StrHash_PutEntry(table, "k", 1);
-  EXPECT_EQ(StrHash_GetEntry(table, "k") + StrHash_Entries(table), 0u);
-  EXPECT_FALSE(StrHash_DestroyEntry(table, "k"));
-  NameStr key = "old";
-  EXPECT_EQ(StrHash_GetFirst(table, key), 0u);
-  EXPECT_TRUE(StrHash_AtEnd(table) && key[0] == '\0');
-  EXPECT_TRUE(StrHash_CreateIterator(table) == nullptr && StrHash_CreateSortedIterator(table, nullptr) == nullptr);
-  EXPECT_TRUE(Drain(nullptr).empty() && StrHash_SortEntries(table, nullptr).empty());
-  StrHash_DestroyTable(table);
-}
-
 // By hand: "a".."e" are 97..101. In 2 buckets the chains are b d and a c; the
 // fifth put finds 4 entries in 2 buckets and first grows to 8. Keys are the
 // caller's text up to its bound, copied; "" lies in bucket 0.

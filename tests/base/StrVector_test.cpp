@@ -6,19 +6,6 @@
 
 #include "base/StringOp.h"
 
-TEST(StrVector, NilAnswersEmpty) {
-  StrVector v = StrVector_Nil();
-  StrVector_AddElement(v, "x");
-  EXPECT_EQ(StrVector_ElementCount(v), 0u);
-  NameStr result = "old";
-  EXPECT_FALSE(StrVector_GetElement(v, 0, result));
-  EXPECT_STREQ(result, "");
-  EXPECT_EQ(StrVector_GetDynElement(v, 0), nullptr);
-  EXPECT_TRUE(StrVector_DynElementAt(v, 0).Empty());
-  EXPECT_EQ(StrVector_Copy(v), nullptr);
-  StrVector_Destroy(v);
-}
-
 TEST(StrVector, OwnsCopiesThatStayPut) {
   StrVector v = StrVector_Create();
   NameStr text = "first";

@@ -35,6 +35,9 @@ TEST(StringOp, CharacterClassesAndCase) {
   EXPECT_TRUE(StringOp_IsShellMetaChar('\t') && StringOp_IsShellMetaChar('`') && !StringOp_IsShellMetaChar('-'));
   EXPECT_TRUE(StringOp_IsDecimalNum("0129"));
   EXPECT_FALSE(StringOp_IsDecimalNum("") || StringOp_IsDecimalNum("-1") || StringOp_IsDecimalNum("1 "));
+  NameStr stripped = " \b\n\f\r\tx\t \r\b";  // backspace is white space, tab is not
+  StringOp_LRStrip(stripped);
+  EXPECT_STREQ(stripped, "\tx\t");
 
   // Only letters change case (not the two signs amid the Latin-1 letters),
   // and Lower undoes Upper.
@@ -52,12 +55,6 @@ TEST(StringOp, CharacterClassesAndCase) {
   EXPECT_EQ(std::string(s, 4), "A\xC9Z1");
   StringOp_LowShift(s);
   EXPECT_EQ(std::string(s, 4), "a\xE9z1");
-}
-
-TEST(StringOp, StripUsesBackspaceButNotTab) {
-  NameStr s = " \b\n\f\r\tx\t \r\b";
-  StringOp_LRStrip(s);
-  EXPECT_STREQ(s, "\tx\t");
 }
 
 TEST(StringOp, SurgeryStaysWithinTheBound) {

@@ -50,14 +50,6 @@ TEST_F(SwitchBdTest, NewestFirstAndTheSenderHearsOnlyTheWall) {
   SwitchBd_DestroyInlet(inlets[2]);
   SwitchBd_Message(inlets[3], 9);
   EXPECT_EQ(Heard(), (Log{"1:9", "0:9"}));
-
-  SwitchBd nilBoard = SwitchBd_NilSwitchBd();
-  SwitchBd_Inlet nilInlet = SwitchBd_NilInlet();
-  EXPECT_EQ(SwitchBd_CreateInlet(nilBoard, kListeners[0]), nullptr);
-  SwitchBd_WallMessage(nilBoard, 1);
-  SwitchBd_Message(nilInlet, 1);
-  SwitchBd_DestroyInlet(nilInlet);
-  SwitchBd_Destroy(nilBoard);
   inlets[2] = SwitchBd_CreateInlet(board, nullptr);  // deaf, like SwitchBd_NoMsg
   SwitchBd_Message(inlets[3], 10);
   EXPECT_EQ(Heard(), (Log{"1:10", "0:10"}));

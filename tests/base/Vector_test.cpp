@@ -5,20 +5,6 @@
 #include <cstdint>
 #include <vector>
 
-TEST(Vector, NilAnswersEmpty) {
-  Vector v = Vector_Nil();
-  Vector_Append(v, 1);
-  Vector_Put(v, 2, 1);
-  Vector_SetCount(v, 4);
-  EXPECT_EQ(Vector_Count(v) + Vector_Get(v, 0) + Vector_Find(v, 0), 0u);
-  EXPECT_FALSE(Vector_Remove(v, 0));
-  Vector_Destroy(v);
-  EXPECT_EQ(IntVector_Get(IntVector_Nil(), 0), 0);
-  AdrVector addresses = AdrVector_Nil();
-  EXPECT_EQ(AdrVector_Get(addresses, 0), nullptr);
-  AdrVector_Destroy(addresses);
-}
-
 // The typed forms carry the whole range of their elements through words.
 TEST(Vector, GrowsAndKeepsTypedElements) {
   IntVector ints = IntVector_Create(2);

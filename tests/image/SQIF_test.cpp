@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -33,17 +34,11 @@ Bytes HandQif(std::uint32_t w, std::uint32_t h, std::uint32_t ch, const Tags& ta
   const std::uint32_t across = (w + 127) / 128, down = (h + 47) / 48;
   const std::uint32_t tagList = 1024 + down * across * ch * 6144;
   Bytes b(tagList, 0);
-  Le(b, 0, 25892, 2);
-  Le(b, 2, 1, 2);
-  Le(b, 4, w, 2);
-  Le(b, 6, h, 2);
-  Le(b, 8, across, 2);
-  Le(b, 10, down, 2);
-  Le(b, 12, 128, 2);
-  Le(b, 14, 48, 2);
-  Le(b, 16, ch, 2);
-  Le(b, 18, tagList, 4);
-  Le(b, 22, 1024, 4);
+  // Offset, value and width of each header field.
+  for (const auto& [at, value, width] : std::initializer_list<std::tuple<std::size_t, std::uint32_t, int>>{
+           {0, 25892, 2}, {2, 1, 2}, {4, w, 2}, {6, h, 2}, {8, across, 2}, {10, down, 2}, {12, 128, 2},
+           {14, 48, 2}, {16, ch, 2}, {18, tagList, 4}, {22, 1024, 4}})
+    Le(b, at, value, width);
   for (std::uint32_t c = 0; c < ch; ++c) {
     for (std::uint32_t y = 0; y < h; ++y) {
       for (std::uint32_t x = 0; x < w; ++x) {
@@ -103,11 +98,7 @@ TEST_F(SQIFTest, HandWrittenFileReadsMappedCachedAndBuffered) {
     SQIF qif = SQIF_Open(path, false);
     ASSERT_NE(qif, nullptr) << mapping;
     const SQIF_Header& h = SQIF_GetHeader(qif);
-    EXPECT_EQ(h.width, 130);
-    EXPECT_EQ(h.height, 50);
-    EXPECT_EQ(h.tilesAcross, 2);
-    EXPECT_EQ(h.tilesDown, 2);
-    EXPECT_EQ(h.channels, 3);
+    EXPECT_EQ(std::tuple(h.width, h.height, h.tilesAcross, h.tilesDown, h.channels), std::tuple(130, 50, 2, 2, 3));
     ExpectPixels(qif, 130, 50, 3);
     Bytes data;
     ASSERT_TRUE(SQIF_GetTag(qif, "CREATOR", data));
@@ -223,12 +214,10 @@ TEST_F(SQIFTest, SizesBeyondTheFormatAreRefusedWithoutAFile) {
   const std::string path = Path("big.qif");
   // 600000 tiles are allowed (1 channel, about 3.7 GB); one row more is not,
   // and neither is a tag list offset beyond 32 bits.
-  EXPECT_EQ(SQIF_Create(path, 65535, 48 * 1171 + 1, 1), nullptr);
-  EXPECT_EQ(SImage_imgError, 8);
-  EXPECT_EQ(SQIF_Create(path, 65535, 40000, 2), nullptr);
-  EXPECT_EQ(SImage_imgError, 8);
-  EXPECT_EQ(SQIF_Create(path, 65536, 1, 1), nullptr);
-  EXPECT_EQ(SImage_imgError, 8);
+  for (const auto& [w, h, ch] : {std::tuple{65535u, 48u * 1171 + 1, 1u}, {65535u, 40000u, 2u}, {65536u, 1u, 1u}}) {
+    EXPECT_EQ(SQIF_Create(path, w, h, ch), nullptr) << w << "x" << h;
+    EXPECT_EQ(SImage_imgError, 8);
+  }
   EXPECT_EQ(SQIF_Create(path, 10, 10, 65), nullptr);
   EXPECT_EQ(SImage_imgError, 9);
   EXPECT_FALSE(std::filesystem::exists(path));

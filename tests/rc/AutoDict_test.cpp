@@ -139,24 +139,14 @@ TEST_F(Dictionary, CopiesDefaultsAndTypes) {
   EXPECT_EQ(AutoDict_GetCard(count_), 7u);
 }
 
-TEST_F(Dictionary, WrongTypesNilsAndSelections) {
+TEST_F(Dictionary, WrongTypesAndSelections) {
   EXPECT_EQ(AutoDict_GetCard(flag_), 0u);
   EXPECT_EQ(AutoDict_error, 3);
   AutoDict_SetString(count_, "12");
   EXPECT_EQ(AutoDict_error, 3);
   EXPECT_EQ(AutoDict_GetCard(count_), 7u);
   EXPECT_EQ(String(flag_), "");
-  EXPECT_EQ(AutoDict_GetValueType(nullptr), 0);
-  EXPECT_EQ(AutoDict_error, 2);
-  AutoDict_SetBool(nullptr, true);
-  EXPECT_EQ(AutoDict_error, 2);
-  EXPECT_EQ(AutoDict_GetFirstParameter(AutoDict_Nil()), nullptr);
-  EXPECT_EQ(AutoDict_error, 1);
-  EXPECT_EQ(AutoDict_DefineBool(AutoDict_Nil(), "X", 1, true), nullptr);
-  EXPECT_FALSE(AutoDict_GetAllValues(AutoDict_Nil(), rc_, true));
   EXPECT_FALSE(AutoDict_DefineCheckCB(dict_, 77, Record));
-  AutoDict nil = AutoDict_Nil();
-  AutoDict_Destroy(nil);
 
   AutoDict_DefineSelection(dict_, 6, 1, 2, 0);
   AutoDict_DefineSelection(dict_, 5, 10, 2, 1);
@@ -168,8 +158,6 @@ TEST_F(Dictionary, WrongTypesNilsAndSelections) {
     types.push_back(selection.type);
   }
   EXPECT_EQ(types, (std::vector<std::uint8_t>{3, 5, 6}));
-  ASSERT_TRUE(AutoDict_GetSelection(dict_, 2, 0, selection));
-  EXPECT_EQ(selection.type, 3);
   ASSERT_TRUE(AutoDict_GetSelection(dict_, 2, 1, selection));
   EXPECT_EQ(selection.parameter, 10u);
   EXPECT_FALSE(AutoDict_GetSelection(dict_, 3, 0, selection));

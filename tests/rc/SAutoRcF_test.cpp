@@ -353,23 +353,3 @@ TEST(SAutoRcFReservedKeys, RemoteStartCountComesFromTheKeys) {
   EXPECT_TRUE(SAutoRcF_GetRemoteStart(rc, 7, read) && read.deleteFiles && StrIn(read.directory).Str() == "/in");
   SAutoRcF_Destroy(rc);
 }
-
-TEST(SAutoRcFNil, EveryRoutineAnswersEmpty) {
-  SAutoRcF nil = SAutoRcF_Nil();
-  char text[kTextCap] = "x", key[kNameCap] = "x";
-  std::uint32_t card = 1;
-  SAutoRcF_Sequence sequence;
-  SAutoRcF_RPCObject object(1);
-  EXPECT_FALSE(SAutoRcF_Check(nil));
-  EXPECT_EQ(SAutoRcF_Copy(nil), nullptr);
-  EXPECT_FALSE(SAutoRcF_GetFirstCmd(nil, text) || SAutoRcF_GetFirstOpt(nil, key, text));
-  EXPECT_FALSE(SAutoRcF_GetCardOpt(nil, "K", card) || SAutoRcF_CreateRPCObject(nil, object));
-  EXPECT_EQ(SAutoRcF_error, 3);
-  EXPECT_TRUE(text[0] == '\0' && key[0] == '\0' && card == 0 && object.empty());
-  SAutoRcF_SetStringOpt(nil, "K", "v");
-  SAutoRcF_AddCmd(nil, "c");
-  SAutoRcF_UnsetAllRemoteStarts(nil);
-  EXPECT_EQ(SAutoRcF_GetSequenceMode(nil, sequence) + SAutoRcF_RemoteStartCount(nil), 0u);
-  EXPECT_EQ(SAutoRcF_error, 3);
-  SAutoRcF_Destroy(nil);
-}

@@ -6,6 +6,7 @@
 
 #include <numeric>
 #include <random>
+#include <tuple>
 
 #include "base/Messages.h"
 #include "tests/support/TestFiles.h"
@@ -153,10 +154,7 @@ TEST_F(BoxTest, AHorizontalBoxAddsAlongAndIntersectsAcross) {
   const Geometry g = Query();
   // Three blocks, implied glue only between the first two (the glue stands
   // between the others), the border twice.
-  EXPECT_EQ(g.hDim.min, 3 * 20 + 5 + 4);
-  EXPECT_EQ(g.hDim.stretch, kInf);
-  EXPECT_EQ(g.vDim.min, 10 + 4);
-  EXPECT_EQ(g.vDim.stretch, 0u);
+  EXPECT_EQ(std::tuple(g.hDim.min, g.hDim.stretch, g.vDim.min, g.vDim.stretch), std::tuple(3 * 20 + 5 + 4, kInf, 10 + 4, 0u));
 }
 
 TEST_F(BoxTest, AVerticalBoxFillsFromTheTopDown) {
@@ -169,14 +167,10 @@ TEST_F(BoxTest, AVerticalBoxFillsFromTheTopDown) {
   WtWnds_ConfigureWidget(box_, 100, 50, 60, 70);
   // Inside the border: x 101, y 51 to 119. The extra 30 goes to the one
   // unbounded child; across, each gets the room within its limits, left.
-  EXPECT_EQ(a->y + a->height, 50 + 70 - 1);
-  EXPECT_EQ(a->height, 10);
-  EXPECT_EQ(b->y + b->height, a->y - 4);
-  EXPECT_EQ(c->height, 10 + 30);
-  EXPECT_EQ(c->y, 51);
-  EXPECT_EQ(a->x, 101);
-  EXPECT_EQ(a->width, 30);  // 20 + stretch 10 of a 58 wide room
-  EXPECT_EQ(c->width, 5);
+  EXPECT_EQ(std::tuple(a->y + a->height, a->height, b->y + b->height, c->height, c->y),
+            std::tuple(50 + 70 - 1, 10, a->y - 4, 10 + 30, 51));
+  // a: 20 + stretch 10 of a 58 wide room.
+  EXPECT_EQ(std::tuple(a->x, a->width, c->width), std::tuple(101, 30, 5));
 }
 
 TEST_F(BoxTest, CentredAndEquallySpaced) {
@@ -190,12 +184,9 @@ TEST_F(BoxTest, CentredAndEquallySpaced) {
   // size (40): the row is 80 wide; in 100 the rest 20 is split around it.
   EXPECT_EQ(Query().hDim.min, 80);
   WtWnds_ConfigureWidget(box_, 0, 0, 100, 30);
-  EXPECT_EQ(a->x, 10);
-  EXPECT_EQ(a->width, 40);
-  EXPECT_EQ(b->x, 50);
+  EXPECT_EQ(std::tuple(a->x, a->width, b->x), std::tuple(10, 40, 50));
   // Across, centred: 10 high in 30 -> 10 from the bottom; 4 high -> 13.
-  EXPECT_EQ(a->y, 10);
-  EXPECT_EQ(b->y, 13);
+  EXPECT_EQ(std::tuple(a->y, b->y), std::tuple(10, 13));
 }
 
 TEST_F(BoxTest, GeometryIsMeasuredOnceAndGivenValuesAreKept) {
@@ -207,8 +198,7 @@ TEST_F(BoxTest, GeometryIsMeasuredOnceAndGivenValuesAreKept) {
   CWCore_QueryGeometry(given, g);
   EXPECT_EQ(measured, 1);
   // The creator's width stays; the stretch is the class's.
-  EXPECT_EQ(g.hDim.min, 33);
-  EXPECT_EQ(g.hDim.stretch, 10u);
+  EXPECT_EQ(std::tuple(g.hDim.min, g.hDim.stretch), std::tuple(33, 10u));
   // Invalidating asks again, and the box above is invalid too.
   CWCore_QueryGeometry(box_, g);
   ASSERT_TRUE(box_->geometryValid);
@@ -221,13 +211,9 @@ TEST_F(BoxTest, GeometryIsMeasuredOnceAndGivenValuesAreKept) {
 TEST_F(BoxTest, TheBorderCountsOnlyWhenTheWidthHoldsIt) {
   MakeBox(CWHVBox_class, 0, false, 3);
   WtWnds_ConfigureWidget(box_, 10, 20, 6, 40);
-  EXPECT_EQ(box_->innerX, 10);  // 2 * 3 is not below 6: the whole widget
-  EXPECT_EQ(box_->innerWidth, 6);
+  EXPECT_EQ(std::tuple(box_->innerX, box_->innerWidth), std::tuple(10, 6));  // 2 * 3 is not below 6: the whole widget
   WtWnds_ConfigureWidget(box_, 10, 20, 7, 40);
-  EXPECT_EQ(box_->innerX, 13);
-  EXPECT_EQ(box_->innerY, 23);
-  EXPECT_EQ(box_->innerWidth, 1);
-  EXPECT_EQ(box_->innerHeight, 34);
+  EXPECT_EQ(std::tuple(box_->innerX, box_->innerY, box_->innerWidth, box_->innerHeight), std::tuple(13, 23, 1, 34));
 }
 
 const bool site = UseBuildTreeSite(Messages_Init);

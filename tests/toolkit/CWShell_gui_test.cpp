@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "base/Messages.h"
@@ -109,13 +110,10 @@ TEST_F(ShellTest, WidgetsLieWhereTheLayoutPutThemCountedUpward) {
   for (Widget w : {s_.heading, s_.nameLabel, s_.name, s_.copiesLabel, s_.copies, s_.proof, s_.ok, s_.cancel}) {
     int x, top;
     ServerPlace(w, x, top);
-    EXPECT_EQ(x, w->x);
-    EXPECT_EQ(top, shell->height - w->y - w->height);
     XWindowAttributes a;
     XGetWindowAttributes(user_, w->window, &a);
-    EXPECT_EQ(a.width, w->width);
-    EXPECT_EQ(a.height, w->height);
-    EXPECT_EQ(a.map_state, IsViewable);
+    EXPECT_EQ(std::tuple(x, top, a.width, a.height, a.map_state),
+              std::tuple(w->x, shell->height - w->y - w->height, w->width, w->height, IsViewable));
   }
 }
 
@@ -209,14 +207,12 @@ TEST_F(ShellTest, TheWindowManagerIsToldTypeStateAndActivation) {
     return false;
   };
   ASSERT_TRUE(next("_NET_WM_STATE"));
-  EXPECT_EQ(x.xclient.window, outer);
-  EXPECT_EQ(x.xclient.data.l[0], 1);
-  EXPECT_EQ(static_cast<Atom>(x.xclient.data.l[1]), XInternAtom(user_, "_NET_WM_STATE_MAXIMIZED_HORZ", False));
-  EXPECT_EQ(static_cast<Atom>(x.xclient.data.l[2]), XInternAtom(user_, "_NET_WM_STATE_MAXIMIZED_VERT", False));
-  EXPECT_EQ(x.xclient.data.l[3], 1);
+  EXPECT_EQ(std::tuple(x.xclient.window, x.xclient.data.l[0], static_cast<Atom>(x.xclient.data.l[1]),
+                       static_cast<Atom>(x.xclient.data.l[2]), x.xclient.data.l[3]),
+            std::tuple(outer, 1, XInternAtom(user_, "_NET_WM_STATE_MAXIMIZED_HORZ", False),
+                       XInternAtom(user_, "_NET_WM_STATE_MAXIMIZED_VERT", False), 1));
   ASSERT_TRUE(next("_NET_ACTIVE_WINDOW"));
-  EXPECT_EQ(x.xclient.window, outer);
-  EXPECT_EQ(x.xclient.data.l[0], 1);
+  EXPECT_EQ(std::tuple(x.xclient.window, x.xclient.data.l[0]), std::tuple(outer, 1));
   XSelectInput(user_, root, NoEventMask);
 }
 

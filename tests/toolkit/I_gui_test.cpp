@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "base/Messages.h"
@@ -91,10 +92,8 @@ TEST_F(ITest, EveryKindRoundTripsAndTheProgramsPutsCallNobody) {
   I_PutSTRING(c_, 6, "Gr\xC3\xBC\xC3\x9F" "e");
   const Block block{1, -2, 3, 4};
   I_PutGeneric(c_, 8, &block);
-  EXPECT_TRUE(I_GetBOOLEAN(c_, 2));
-  EXPECT_EQ(I_GetINTEGER(c_, 3), 42);
-  EXPECT_EQ(I_GetCARDINAL(c_, 4), 4000000000u);
-  EXPECT_EQ(I_GetREAL(c_, 5), 0.25);
+  EXPECT_EQ(std::tuple(I_GetBOOLEAN(c_, 2), I_GetINTEGER(c_, 3), I_GetCARDINAL(c_, 4), I_GetREAL(c_, 5)),
+            std::tuple(true, 42, 4000000000u, 0.25));
   NameStr text;
   I_GetSTRING(c_, 6, text);
   EXPECT_STREQ(text, "Gr\xC3\xBC\xC3\x9F" "e");
@@ -103,9 +102,7 @@ TEST_F(ITest, EveryKindRoundTripsAndTheProgramsPutsCallNobody) {
   EXPECT_EQ(std::memcmp(&back, &block, sizeof block), 0);
   // The widgets show what was put.
   EXPECT_TRUE(CWToggle_IsOn(I_AccessWidget(c_, 2)));
-  EXPECT_EQ(Text(3), "42");
-  EXPECT_EQ(Text(4), "4000000000");
-  EXPECT_EQ(Text(6), "Gr\xC3\xBC\xC3\x9F" "e");
+  EXPECT_EQ(Text(3) + "|" + Text(4) + "|" + Text(6), "42|4000000000|Gr\xC3\xBC\xC3\x9F" "e");
   // Beyond the range a put is clamped too.
   I_PutREAL(c_, 5, 7.0);
   EXPECT_EQ(I_GetREAL(c_, 5), 1.0);

@@ -69,25 +69,11 @@ TEST_F(WTransltTest, BadTextsAreRefusedWithTheirMessage) {
   const struct {
     const char* text;
     int error;
-  } cases[] = {{"", 1},
-               {"Ctrl Key>", 16},
-               {"<Key", 3},
-               {"<Keys>", 4},
-               {"<>", 5},
-               {"!", 8},
-               {"<Key>a b", 7},
-               {"<Enter> x", 7},
-               {"<Key>^c", 11},
-               {"<Key>Space", 12},
-               {"Ctrl ~Ctrl <Key>", 17},
-               {"None Shift <Key>", 17},
-               {"Shift Shift <Key>", 18},
-               {"Ctrl <Expose>", 19},
-               {"<Key>\\x", 20},
-               {"<Key>\\,x", 21},
-               {"<Message>", 5},
-               {"<Key>a,", 2},
-               {"<ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefgh>", 6}};
+  } cases[] = {{"", 1},          {"Ctrl Key>", 16},        {"<Key", 3},           {"<Keys>", 4},
+               {"<>", 5},        {"!", 8},                 {"<Key>a b", 7},       {"<Enter> x", 7},
+               {"<Key>^c", 11},  {"<Key>Space", 12},       {"Ctrl ~Ctrl <Key>", 17}, {"None Shift <Key>", 17},
+               {"Shift Shift <Key>", 18}, {"Ctrl <Expose>", 19}, {"<Key>\\x", 20}, {"<Key>\\,x", 21},
+               {"<Message>", 5}, {"<Key>a,", 2}, {"<ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefgh>", 6}};
   for (const auto& c : cases) {
     Messages_IgnoreErrors(true);
     EXPECT_FALSE(Enter(c.text)) << c.text;

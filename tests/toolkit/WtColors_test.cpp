@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "base/Messages.h"
 #include "tests/support/TestFiles.h"
 #include "toolkit/Regions.h"
@@ -40,14 +42,11 @@ TEST(Regions, UnionKeepsWhatIsNotCoveredAndBoxesIt) {
   Regions_UnionRectWithRegion({0, 0, 40, 40}, r);  // covers: replaces
   EXPECT_EQ(r.rects.size(), 1u);
   Regions_UnionRectWithRegion({50, 60, 10, 10}, r);
-  const Regions_Rect box = Regions_Box(r);
-  EXPECT_EQ(box.width, 60);
-  EXPECT_EQ(box.height, 70);
+  EXPECT_EQ(std::tuple(Regions_Box(r).width, Regions_Box(r).height), std::tuple(60, 70));
   EXPECT_TRUE(Regions_RectInRegion(r, {39, 39, 5, 5}));
   EXPECT_FALSE(Regions_RectInRegion(r, {40, 40, 10, 10}));
   Regions_IntersectWithRect({30, 30, 25, 35}, r);
-  EXPECT_EQ(Regions_Box(r).x, 30);
-  EXPECT_EQ(Regions_Box(r).height, 35);
+  EXPECT_EQ(std::tuple(Regions_Box(r).x, Regions_Box(r).height), std::tuple(30, 35));
 }
 
 TEST(WtUtf8, LatinOneRoundTripsAndStrangersBecomeQuestionMarks) {

@@ -106,14 +106,10 @@ class WtEventsTest : public ::testing::Test {
 };
 
 TEST_F(WtEventsTest, TabWalksTheWidgetsThatTakeTheFocusAndWraps) {
-  Key(W_KeyTab);
-  EXPECT_EQ(Focus(), field_);  // the label does not take it
-  Key(W_KeyTab);
-  EXPECT_EQ(Focus(), push_);
-  Key(W_KeyTab);
-  EXPECT_EQ(Focus(), toggle_);
-  Key(W_KeyTab);
-  EXPECT_EQ(Focus(), field_);
+  for (Widget next : {field_, push_, toggle_, field_}) {  // the label does not take it
+    Key(W_KeyTab);
+    EXPECT_EQ(Focus(), next);
+  }
   Key(W_KeyBackTab);
   EXPECT_EQ(Focus(), toggle_);
   // The label's mnemonic gives the focus to the widget after it.

@@ -188,11 +188,10 @@ TEST_F(TVWcfgTest, AFolderLineStartsFromTheDemonsDefaultsANewEntryFromTheProgram
       "FOLDER=/b:SUBDIRS=no:CPUUSE=LoW:INTERVAL=abc:EMPTY=:UNKNOWN=v:OPTIONS=" + long200 + "\n"
       "FOLDER=/c:SUBDIRS=fAlSe:SEQUENCEMODE=consumer:LOCKED=TRUE:LOCKED=yes\n");
   list_ = Load();
-  EXPECT_EQ(TVWcfg_Version, 0);  // a file from before the version key
-  EXPECT_TRUE(TVWcfg_MultiHostHotfolder);
-  EXPECT_EQ(TVWcfg_MinFreeDiscSpace, 0u);
-  EXPECT_EQ(TVWcfg_DefaultJobUID, 5);
-  EXPECT_EQ(TVWcfg_DefaultJobGID, -1);
+  // A file from before the version key.
+  EXPECT_EQ(std::tuple(TVWcfg_Version, TVWcfg_MultiHostHotfolder, TVWcfg_MinFreeDiscSpace, TVWcfg_DefaultJobUID,
+                       TVWcfg_DefaultJobGID),
+            std::tuple(0, true, 0u, 5, -1));
   const std::vector<TVWcfg_Entry*> e = Entries(list_);
   ASSERT_EQ(e.size(), 4u);
   EXPECT_EQ(StrIn(e[0]->folder).Str(), Projects() + "/autorip");
@@ -200,8 +199,7 @@ TEST_F(TVWcfgTest, AFolderLineStartsFromTheDemonsDefaultsANewEntryFromTheProgram
   EXPECT_STREQ(e[0]->omit, TVWcfg_toOmit);
   EXPECT_STREQ(e[0]->files, "^[^\\.]");
   EXPECT_TRUE(e[0]->highCpu && e[0]->locked && !e[0]->subdirs && TVWcfg_IsAlwaysActive(e[0]->activity));
-  EXPECT_EQ(e[0]->interval, -1);
-  EXPECT_EQ(e[0]->uid, 5);
+  EXPECT_EQ(std::tuple(e[0]->interval, e[0]->uid), std::tuple(-1, 5));
   EXPECT_EQ(StrIn(e[1]->cmd).Str(), Projects() + "/bin/x");
   EXPECT_EQ(StrIn(e[1]->precondScript).Str(), Projects() + "/p");
   EXPECT_TRUE(e[1]->subdirs && e[1]->highCpu && !e[1]->locked);
@@ -209,7 +207,7 @@ TEST_F(TVWcfgTest, AFolderLineStartsFromTheDemonsDefaultsANewEntryFromTheProgram
   EXPECT_EQ(e[2]->interval, -1);
   EXPECT_EQ(StrIn(e[2]->options).Str(), long200.substr(0, kNameCap));
   ASSERT_NE(e[2]->extraFields, nullptr);
-  EXPECT_STREQ(e[2]->extraFields->text, "UNKNOWN=v");
+  EXPECT_STREQ(e[2]->extraFields->text, "UNKNOWN=v");  // the empty field is dropped
   EXPECT_EQ(e[2]->extraFields->next, nullptr);
   EXPECT_FALSE(e[3]->subdirs || e[3]->locked);
   EXPECT_EQ(e[3]->sequenceMode, TVWcfg_seqConsumer);
@@ -373,14 +371,13 @@ TEST_F(TVWcfgTest, CommandWordsGiveModeKindAndPriority) {
   EXPECT_EQ(TVWcfg_DetermineMode("AutoJoin", "", 3, true), 11);
   EXPECT_EQ(TVWcfg_DetermineMode("FLImport", "", 3, true), 0);
   EXPECT_EQ(TVWcfg_DetermineMode("/bin/AutoComb", "", 0, false), 0);  // the exact word only
-  EXPECT_EQ(TVWcfg_DetermineJobKind("readyForCheck.sh"), 17);
-  EXPECT_EQ(TVWcfg_DetermineJobPriority("readyForCheck.sh"), 1);
-  EXPECT_EQ(TVWcfg_DetermineJobPriority("AutoSort"), 0);
+  EXPECT_EQ(std::tuple(TVWcfg_DetermineJobKind("readyForCheck.sh"), TVWcfg_DetermineJobPriority("readyForCheck.sh"),
+                       TVWcfg_DetermineJobPriority("AutoSort")),
+            std::tuple(17, 1, 0));
 
   PutFile(CfgFile(), "FOLDER=/a:CMD=AutoSwch:ATONCE=2\n");
   list_ = Load();
-  EXPECT_EQ(list_->mode, 8);
-  EXPECT_EQ(list_->jobKind, 16);
+  EXPECT_EQ(std::tuple(list_->mode, list_->jobKind), std::tuple(8, 16));
 }
 
 TEST_F(TVWcfgTest, HighCpuUseIsTheFirstFittingEntrys) {

