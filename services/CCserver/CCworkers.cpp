@@ -86,6 +86,9 @@ std::vector<CCworkers_Worker*> CCworkers_All() {
 void CCworkers_Heard(CCworkers_Worker* w, SServer_Conn from) {
   if (w->from == from) return;
   w->from = from;
+  // Over a new connection it may be a new process, heard before the end of
+  // the old one's connection was: it is asked about its jobs as one that was down.
+  w->recheck = true;
   if (!w->up) w->retryAt = 0;  // back again: reach it at once
 }
 

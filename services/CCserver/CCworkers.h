@@ -33,7 +33,8 @@ CCworkers_Worker* CCworkers_Add(const std::string& name, const std::string& host
 // The worker of that name; one unknown so far is entered as a host of that name.
 CCworkers_Worker* CCworkers_Get(const std::string& name);
 std::vector<CCworkers_Worker*> CCworkers_All();
-// The worker spoke to us over `from`.
+// The worker spoke to us over `from`; heard over a new connection, it is
+// asked about the jobs it ran.
 void CCworkers_Heard(CCworkers_Worker* w, SServer_Conn from);
 // A connection to us went; the worker it belonged to is down.
 void CCworkers_ConnectionGone(SServer_Conn from);
