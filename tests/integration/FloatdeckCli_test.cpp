@@ -19,9 +19,17 @@ class FloatdeckCli : public ::testing::Test {
                 std::vector<std::pair<std::string, std::string>> env = {}) {
     std::vector<std::string> argv{kProgram};
     argv.insert(argv.end(), args.begin(), args.end());
+    // An unpack starts the watch demon when none runs; here it finds one
+    // that ends at once, so that no service outlives the test.
+    const std::string demon = site.Make("bin/TVWatchD");
+    if (!std::filesystem::exists(demon)) {
+      PutFile(demon, "#!/bin/sh\nexit 0\n");
+      std::filesystem::permissions(demon, std::filesystem::perms::owner_all);
+    }
     std::vector<std::pair<std::string, std::string>> base{
         {"TV_CUSTOMER", site.Path()}, {"MARLENV", ""},   {"MARLLIB", ""},   {"LANGUAGE", ""},
-        {"LANG", "C"},                {"DEBUG", ""},     {"MARLDAT", site.Path()}};
+        {"LANG", "C"},                {"DEBUG", ""},     {"MARLDAT", site.Path()},
+        {"PATH", site.Path() + "/bin:/usr/bin:/bin"}};
     base.insert(base.end(), env.begin(), env.end());
     return RunProgram(argv, base);
   }
@@ -37,7 +45,9 @@ class WorkflowDump : public FloatdeckCli {
   const std::string start = projects + "/workflow/sample";
   const std::string rename = projects + "/autofolder/autorename/flow_sample_0";
   const std::string duplicate = projects + "/autofolder/autoduplicate/flow_sample_0";
-  const std::string filter = projects + "/autofolder/autofilter/flow_sample_0";
+  const std::string filter = projects + "/autofolder/autoswitch/flow_sample_0";
+  const std::string passed = projects + "/autofolder/autosort/flow_sample_0";
+  const std::string rejected = projects + "/autofolder/autosort/flow_sample_1";
 
   void SetUp() override {
     const RunResult made =
@@ -69,7 +79,8 @@ class WorkflowDump : public FloatdeckCli {
   }
   std::vector<std::string> RcFiles() {
     return {FileText(start + "/.autostartrc"), FileText(rename + "/.autorenmrc"),
-            FileText(duplicate + "/.autoduplrc"), FileText(filter + "/.autofilterrc")};
+            FileText(duplicate + "/.autoduplrc"), FileText(filter + "/.autoswitchrc"),
+            FileText(passed + "/.autosortrc"),   FileText(rejected + "/.autosortrc")};
   }
 };
 
@@ -145,7 +156,9 @@ TEST_F(WorkflowDump, TheSampleShowsEachFolderOnceInDepthFirstOrder) {
                    "[2] RENAME: " + rename + " --> [3]\n"
                    "[3] DUPLICATE: " + duplicate + " --> [4], [5]\n"
                    "[4] END: " + start + "/outdir\n"
-                   "[5] FILTER: " + filter + " --> [4]\n");
+                   "[5] SWITCH: " + filter + " --> [6], [7]\n"
+                   "[6] SORT: " + passed + "\n"
+                   "[7] SORT: " + rejected + "\n");
 }
 
 TEST_F(WorkflowDump, AFailedRebuildSaysWhyAndFails) {
@@ -170,7 +183,7 @@ TEST_F(WorkflowDump, PackedRemovedAndUnpackedTheSampleIsAsBefore) {
   const std::string dump = Dump("sample").err;
   const auto rcFiles = RcFiles();
   const auto entries = DemonEntries();
-  ASSERT_EQ(entries.size(), 4u);
+  ASSERT_EQ(entries.size(), 5u);
   const RunResult packed = Run({"-p", "sample"}, {{"TV_PROJECTS", projects}, {"TMP", site.Path()}});
   EXPECT_EQ(packed.status, 0);
   EXPECT_EQ(packed.err, "\nThe workflow sample has been packed into " + projects + "/wfbackup/sample.tar.\n");

@@ -56,7 +56,9 @@ void WriteCatalog(const std::string& path, const CatalogTexts& texts) {
 RunResult RunProgram(const std::vector<std::string>& argv,
                      const std::vector<std::pair<std::string, std::string>>& env) {
   int out[2], err[2];
-  if (::pipe(out) != 0 || ::pipe(err) != 0) throw std::runtime_error("pipe failed");
+  // Only the program's own 1 and 2 lead into the pipes: a service it starts
+  // and leaves running must not keep them open.
+  if (::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
   const pid_t pid = ::fork();
   if (pid == 0) {
     ::dup2(out[1], 1);
