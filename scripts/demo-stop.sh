@@ -19,7 +19,9 @@ running() {
       [ -e "$file" ] || continue
       pid="${file##*-}"
       pid="${pid%.pid}"
-      [ "$(cat "/proc/$pid/comm" 2>/dev/null)" = "$program" ] && echo "$pid"
+      [ "$(cat "/proc/$pid/comm" 2>/dev/null)" = "$program" ] || continue
+      # An ended process whose parent has not taken its status yet has gone.
+      [ "$(cut -d' ' -f3 "/proc/$pid/stat" 2>/dev/null)" = Z ] || echo "$pid"
     done
   done
   return 0

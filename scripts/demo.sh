@@ -78,7 +78,7 @@ done
 
 arrived() { [ "$(find "$start/outdir" -type f | wc -l)" -ge "${#files[@]}" ] && [ -n "$(ls "$start/error")" ]; }
 sorted() {
-  [ "$(find "$TV_PROJECTS/autofolder" -path '*/flow_sample_*/*/*' -type f | wc -l)" -ge "${#files[@]}" ]
+  [ "$(find "$TV_PROJECTS/autofolder/autosort" -mindepth 3 -type f ! -name '.*' | wc -l)" -ge "${#files[@]}" ]
 }
 if ! await 120 arrived || ! await 60 sorted; then
   echo "The files did not all arrive in time; the services' logs are in $MARLDAT." >&2
@@ -86,10 +86,10 @@ if ! await 120 arrived || ! await 60 sorted; then
 fi
 echo "== The end folder $start/outdir"
 ls "$start/outdir"
-echo "== The filter's two sort folders (what it passed, and the rest), by suffix"
-for dir in "$TV_PROJECTS"/autofolder/*/flow_sample_*; do
-  [ -n "$(find "$dir" -mindepth 2 -type f)" ] || continue
-  (cd "$dir" && find . -mindepth 2 -type f | sort)
+echo "== The filter's two sort folders, what it passed and the rest (sorted by suffix)"
+for dir in "$TV_PROJECTS"/autofolder/autosort/flow_sample_*; do
+  echo "-- $(sed -n 's/^: _DESCRIPTION_=//p' "$dir/.autosortrc"): $dir"
+  (cd "$dir" && find . -mindepth 2 -type f ! -name '.*' | sort)
 done
 echo "== The error directory $start/error"
 ls "$start/error"
