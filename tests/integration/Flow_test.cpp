@@ -85,9 +85,9 @@ bool Passes(const std::string& renamed) {
 
 // The sample workflow `name`, installed by the demo's script and started.
 struct Sample {
-  std::string start, outdir, errors, passed, rejected;
+  std::string name, start, outdir, errors, passed, rejected;
 
-  explicit Sample(const std::string& name) {
+  explicit Sample(const std::string& workflow) : name(workflow) {
     const std::string projects = site->Path("projects");
     std::string err;
     EXPECT_EQ(site->Run({"/bin/bash", FLOATDECK_SOURCE_DIR "/scripts/sample-workflow.sh", projects, name}, err), 0)
@@ -115,16 +115,20 @@ struct Sample {
       if (file.size() < 4 || file.substr(file.size() - 4) != ".err") failed[file.substr(file.find('_') + 1)] += count;
     return failed;
   }
-  // What is left of files on their way below the projects directory: files
-  // in a step's folder, step records and temporary files.
+  // What is left of files on their way through the workflow's folders:
+  // files in a step's folder, step records and temporary files.
   std::vector<std::string> Leftovers() const {
-    std::vector<std::string> left;
-    for (const auto& e : fs::recursive_directory_iterator(site->Path("projects"))) {
-      const std::string name = e.path().filename(), dir = e.path().parent_path();
-      const bool settled = dir == outdir || dir == errors || dir.rfind(passed + "/", 0) == 0 ||
-                           dir.rfind(rejected + "/", 0) == 0 || dir == site->Path("projects/schemes");
-      const bool record = name.size() > 7 && (name.substr(name.size() - 7) == ".fdstep" || name.substr(name.size() - 4) == ".tmp");
-      if (e.is_regular_file() && (record || (name[0] != '.' && !settled))) left.push_back(e.path());
+    std::vector<std::string> left, folders = {start};
+    for (const auto& kind : fs::directory_iterator(site->Path("projects/autofolder")))
+      for (const auto& folder : fs::directory_iterator(kind.path()))
+        if (folder.path().filename().string().rfind("flow_" + name + "_", 0) == 0) folders.push_back(folder.path());
+    for (const std::string& folder : folders) {
+      for (const auto& e : fs::recursive_directory_iterator(folder)) {
+        const std::string file = e.path().filename(), dir = e.path().parent_path();
+        const bool settled = dir == outdir || dir == errors || dir.rfind(passed + "/", 0) == 0 || dir.rfind(rejected + "/", 0) == 0;
+        const bool record = file.size() > 7 && (file.substr(file.size() - 7) == ".fdstep" || file.substr(file.size() - 4) == ".tmp");
+        if (e.is_regular_file() && (record || (file[0] != '.' && !settled))) left.push_back(e.path());
+      }
     }
     return left;
   }
