@@ -73,9 +73,9 @@ std::size_t Count(const std::string& dir) {
   return n;
 }
 
-// Waits up to 10 minutes until `dir` holds `n` files.
-bool AwaitCount(const std::string& dir, std::size_t n) {
-  for (const auto end = Clock::now() + std::chrono::minutes(10); Clock::now() < end;) {
+// Waits up to `minutes` until `dir` holds `n` files.
+bool AwaitCount(const std::string& dir, std::size_t n, int minutes) {
+  for (const auto end = Clock::now() + std::chrono::minutes(minutes); Clock::now() < end;) {
     if (Count(dir) >= n) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
@@ -96,20 +96,23 @@ void BM_DropToPickup(benchmark::State& state) {
   std::vector<double> ms;
   for (auto _ : state) {
     for (int i = 0; i < kLatencyFiles; ++i) {
+      const std::string name = "file" + std::to_string(ms.size()) + ".tif";
       const auto dropped = Clock::now();
-      site->Drop(start, "file" + std::to_string(ms.size()) + ".tif");
+      site->Drop(start, name);
       bool started = false;
       for (const auto end = dropped + std::chrono::minutes(1); !started && Clock::now() < end;) {
         CCclient_AwaitEvent(listener, 1000);
         CCjobEvent_Event e;
+        // The job of this file (its name is in the submitter's addons)
+        // running, or already gone.
         while (CCclient_ReceiveJobEvent(listener, e))
-          if (!started && (e.status == CCtypes_Running || e.removed)) {
+          if (!started && e.submitterAddons.find(name) != std::string::npos && (e.status == CCtypes_Running || e.removed)) {
             started = true;
             ms.push_back(std::chrono::duration<double, std::milli>(Clock::now() - dropped).count());
           }
       }
       if (!started) return state.SkipWithError("a job did not start");
-      if (!AwaitCount(start + "/outdir", ms.size())) return state.SkipWithError("a file did not arrive");
+      if (!AwaitCount(start + "/outdir", ms.size(), 1)) return state.SkipWithError("a file did not arrive");
     }
   }
   SClient_CloseConn(listener);
@@ -134,7 +137,7 @@ void BM_ThreeFolders(benchmark::State& state) {
     MakeFiles(aside);
     state.ResumeTiming();
     for (const auto& e : fs::directory_iterator(aside)) fs::rename(e.path(), start + "/" + e.path().filename().string());
-    if (!AwaitCount(start + "/outdir", kThroughputFiles)) return state.SkipWithError("the files did not arrive");
+    if (!AwaitCount(start + "/outdir", kThroughputFiles, 60)) return state.SkipWithError("the files did not arrive");
     state.PauseTiming();
     fs::remove_all(start + "/outdir");
     fs::create_directory(start + "/outdir");
