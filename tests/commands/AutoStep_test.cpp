@@ -79,7 +79,9 @@ class AutoStep : public ::testing::Test {
   }
   void Install(const std::string& text) {
     PutFile(site.Path() + "/wf.txt", text);
-    const RunResult r = RunProgram({kBin + "wfinstall", site.Path() + "/wf.txt"}, Env());
+    // Without the build's programs on PATH the install starts no watch demon
+    // (and through it no queue), which would outlive the test.
+    const RunResult r = RunProgram({kBin + "wfinstall", site.Path() + "/wf.txt"}, Env({{"PATH", "/usr/bin:/bin"}}));
     ASSERT_EQ(r.status, 0) << r.err;
   }
   void InstallRoad() {
