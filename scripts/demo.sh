@@ -1,25 +1,99 @@
 #!/usr/bin/env bash
-# Builds the program and runs it on a sandbox installation below ./sandbox,
-# so nothing outside the project folder is touched.
+# Builds the program and shows files flowing through the sample workflow on a
+# sandbox installation below ./sandbox, so nothing outside the project folder
+# is touched: the resource manager, the queue server and worker and the watch
+# demon run on free loopback ports; the sample workflow is installed and
+# started; sample files dropped into its start folder arrive at its end, one
+# that its rename scheme does not fit lands in its error directory. The
+# services are stopped at the end, also when the demo is interrupted or fails
+# (scripts/demo-stop.sh stops them should they be left running).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
 scripts/build.sh build
 
 sandbox="$PWD/sandbox"
-mkdir -p "$sandbox/projects/workflow" "$sandbox/customer" "$sandbox/dat"
-export TV_PROJECTS="$sandbox/projects" TV_CUSTOMER="$sandbox/customer" MARLDAT="$sandbox/dat"
-unset MARLENV MARLLIB
+# What an earlier demo left: its services, and its files.
+scripts/demo-stop.sh "$sandbox/dat"
+rm -rf "$sandbox"
+mkdir -p "$sandbox/projects/workflow" "$sandbox/customer" "$sandbox/dat" "$sandbox/tmp"
+export TV_PROJECTS="$sandbox/projects" TV_CUSTOMER="$sandbox/customer" MARLDAT="$sandbox/dat" TMP="$sandbox/tmp"
+unset MARLENV MARLLIB CCJOB_ID CCJOB_EMPLOYER
+# The worker finds the folders' commands here.
+export PATH="$PWD/build/bin:$PATH"
 
-# The sample workflow: start, rename, duplicate with two outs, filter, outdir,
-# created and installed with the operator's tool.
+free_port() {
+  python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])'
+}
+accepts() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
+# Waits up to `seconds` for a condition (a command); false when it never held.
+await() {
+  local seconds=$1
+  shift
+  for _ in $(seq $((seconds * 10))); do
+    "$@" && return 0
+    sleep 0.1
+  done
+  "$@"
+}
+export TV_RMSERVER_PORT=$(free_port) TV_CCSERVER_PORT=$(free_port) TV_CCWORKER_PORT=$(free_port)
+
+trap 'scripts/demo-stop.sh "$MARLDAT"' EXIT
+trap 'exit 130' INT TERM
+
+start_service() {
+  local program=$1 port=$2
+  shift 2
+  echo "== $program $* (port $port)"
+  "build/bin/$program" -b 127.0.0.1 "$@" >"$MARLDAT/$program.log" 2>&1 &
+  await 60 accepts "$port" || { echo "$program did not come up: $MARLDAT/$program.log" >&2; exit 1; }
+}
+start_service RMserver "$TV_RMSERVER_PORT"
+start_service CCworker "$TV_CCWORKER_PORT" -j 2
+start_service CCserver "$TV_CCSERVER_PORT"
+echo "== TVWatchD"
+build/bin/TVWatchD -b 127.0.0.1 >"$MARLDAT/TVWatchD.log" 2>&1 &
+await 60 test -s "$TV_PROJECTS/.tvwatchd.info" || { echo "TVWatchD did not come up: $MARLDAT/TVWatchD.log" >&2; exit 1; }
+
+# The sample workflow: start, rename, duplicate with two outs, a filter that
+# passes cyan and magenta separations, the workflow's end directory and two
+# sort folders. The install tells the demon, and leaves the folders stopped:
+# starting them is taking away their stop marks.
 echo "== wfinstall -w sample scripts/sample.wf"
 scripts/sample-workflow.sh "$TV_PROJECTS" sample
-
-echo "== Sandbox installation: $sandbox"
-echo "== Floatdeck -?"
-build/bin/Floatdeck -? || true
+find "$TV_PROJECTS" -name .TVWatchD_omit -delete
 echo "== Floatdeck -i sample"
 build/bin/Floatdeck -i sample || echo "(exit status $?)"
-echo "== The demon's configuration: $TV_CUSTOMER/tvwatchd.cfg"
-cat "$TV_CUSTOMER/tvwatchd.cfg"
+
+start="$TV_PROJECTS/workflow/sample"
+files=()
+for job in job01 job02 job03; do
+  for ink in C M Y K; do files+=("${job}_07$ink.tif"); done
+done
+echo "== Dropping ${#files[@]} separations and notes.txt into $start"
+for name in "${files[@]}" notes.txt; do
+  echo "$name" >"$TMP/$name"
+  mv "$TMP/$name" "$start/$name"
+done
+
+arrived() { [ "$(find "$start/outdir" -type f | wc -l)" -ge "${#files[@]}" ] && [ -n "$(ls "$start/error")" ]; }
+sorted() {
+  [ "$(find "$TV_PROJECTS/autofolder/autosort" -mindepth 3 -type f ! -name '.*' | wc -l)" -ge "${#files[@]}" ]
+}
+if ! await 120 arrived || ! await 60 sorted; then
+  echo "The files did not all arrive in time; the services' logs are in $MARLDAT." >&2
+  exit 1
+fi
+echo "== The end folder $start/outdir"
+ls "$start/outdir"
+echo "== The filter's two sort folders, what it passed and the rest (sorted by suffix)"
+for dir in "$TV_PROJECTS"/autofolder/autosort/flow_sample_*; do
+  echo "-- $(sed -n 's/^: _DESCRIPTION_=//p' "$dir/.autosortrc"): $dir"
+  (cd "$dir" && find . -mindepth 2 -type f ! -name '.*' | sort)
+done
+echo "== The error directory $start/error"
+ls "$start/error"
+for err in "$start"/error/*.err; do
+  echo "-- $err"
+  cat "$err"
+done

@@ -38,7 +38,9 @@ class WorkflowDump : public FloatdeckCli {
   const std::string start = projects + "/workflow/sample";
   const std::string rename = projects + "/autofolder/autorename/flow_sample_0";
   const std::string duplicate = projects + "/autofolder/autoduplicate/flow_sample_0";
-  const std::string filter = projects + "/autofolder/autofilter/flow_sample_0";
+  const std::string filter = projects + "/autofolder/autoswitch/flow_sample_0";
+  const std::string passed = projects + "/autofolder/autosort/flow_sample_0";
+  const std::string rejected = projects + "/autofolder/autosort/flow_sample_1";
 
   // Installing starts the watch demon, and the demon the queue: on ports of
   // this test's own, and ended with it.
@@ -74,7 +76,8 @@ class WorkflowDump : public FloatdeckCli {
   }
   std::vector<std::string> RcFiles() {
     return {FileText(start + "/.autostartrc"), FileText(rename + "/.autorenmrc"),
-            FileText(duplicate + "/.autoduplrc"), FileText(filter + "/.autofilterrc")};
+            FileText(duplicate + "/.autoduplrc"), FileText(filter + "/.autoswitchrc"),
+            FileText(passed + "/.autosortrc"),   FileText(rejected + "/.autosortrc")};
   }
 };
 
@@ -150,7 +153,9 @@ TEST_F(WorkflowDump, TheSampleShowsEachFolderOnceInDepthFirstOrder) {
                    "[2] RENAME: " + rename + " --> [3]\n"
                    "[3] DUPLICATE: " + duplicate + " --> [4], [5]\n"
                    "[4] END: " + start + "/outdir\n"
-                   "[5] FILTER: " + filter + " --> [4]\n");
+                   "[5] SWITCH: " + filter + " --> [6], [7]\n"
+                   "[6] SORT: " + passed + "\n"
+                   "[7] SORT: " + rejected + "\n");
 }
 
 TEST_F(WorkflowDump, AFailedRebuildSaysWhyAndFails) {
@@ -175,7 +180,7 @@ TEST_F(WorkflowDump, PackedRemovedAndUnpackedTheSampleIsAsBefore) {
   const std::string dump = Dump("sample").err;
   const auto rcFiles = RcFiles();
   const auto entries = DemonEntries();
-  ASSERT_EQ(entries.size(), 4u);
+  ASSERT_EQ(entries.size(), 5u);
   const RunResult packed = Run({"-p", "sample"}, {{"TV_PROJECTS", projects}, {"TMP", site.Path()}});
   EXPECT_EQ(packed.status, 0);
   EXPECT_EQ(packed.err, "\nThe workflow sample has been packed into " + projects + "/wfbackup/sample.tar.\n");

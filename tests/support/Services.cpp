@@ -78,6 +78,19 @@ void StopSiteServices(const std::string& dat) {
   }
 }
 
+void UsePrivateSite(const std::string& root) {
+  for (const char* dir : {"customer", "projects", "dat", "lib", "tmp", "env"})
+    std::filesystem::create_directories(root + "/" + dir);
+  ::setenv("TV_NO_RUN_FILE", "1", 1);
+  // Its own first element: the demon's configuration is written there.
+  ::setenv("MARLENV", (root + "/env:" FLOATDECK_BINARY_DIR "/env").c_str(), 1);
+  ::setenv("TV_CUSTOMER", (root + "/customer").c_str(), 1);
+  ::setenv("TV_PROJECTS", (root + "/projects").c_str(), 1);
+  ::setenv("MARLDAT", (root + "/dat").c_str(), 1);
+  ::setenv("MARLLIB", (root + "/lib").c_str(), 1);
+  ::setenv("TMP", (root + "/tmp").c_str(), 1);
+}
+
 void ChoosePort(const std::string& portVariable) {
   const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
   sockaddr_in address = Loopback(0);

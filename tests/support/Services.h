@@ -6,6 +6,12 @@
 #include <utility>
 #include <vector>
 
+// A private installation below `root`: the directories customer, projects,
+// dat, lib, tmp and env, with TV_CUSTOMER, TV_PROJECTS, MARLDAT, MARLLIB and
+// TMP pointing at them, run files off, and MARLENV of env (where the demon's
+// configuration goes) and the build tree's catalogs.
+void UsePrivateSite(const std::string& root);
+
 // A free loopback port, published in the variable `portVariable`
 // (TV_RMSERVER_PORT, TV_CCSERVER_PORT, ...).
 void ChoosePort(const std::string& portVariable);

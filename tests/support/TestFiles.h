@@ -37,12 +37,6 @@ void PutFile(const std::string& path, const std::string& text);
 // namespace-scope initialiser.
 bool UseBuildTreeSite(void (*init)());
 
-// A private installation below `root`: the directories customer, projects,
-// dat, lib, tmp and env, with TV_CUSTOMER, TV_PROJECTS, MARLDAT, MARLLIB and
-// TMP pointing at them, run files off, and MARLENV of env (where the demon's
-// configuration goes) and the build tree's catalogs.
-void UsePrivateSite(const std::string& root);
-
 // A private site (UsePrivateSite) for the whole test program, made before
 // the first test, after which `init` runs (the initialisers and settings the
 // tests need); removed after the last test. The reference is that site from
