@@ -224,7 +224,9 @@ bool WFsync_ReceiveResult(WFsync_Connection conn, int timeoutMs, StrOut text) {
       return false;
     }
     Yield(conn);
-    Socket_WaitReadable(conn->socket, kPollMs);
+    // Part of a line may be there already: then the rest is waited for.
+    if (Socket_Available(conn->socket) > 0) Utility_Delay(kPollMs);
+    else Socket_WaitReadable(conn->socket, kPollMs);
   }
   if (WFsync_Debug()) std::fprintf(stderr, "Result: %s\n", StrIn(line).Str().c_str());
   const std::string received = StrIn(line).Str();

@@ -78,7 +78,8 @@ bool WFsync_Slave(StrIn host, std::uint16_t port) {
     // A line too long for the protocol puts the two out of step: the slave
     // leaves, and the master finds the connection gone.
     if (tooLong || !Socket_IsAlive(master)) break;
-    Socket_WaitReadable(master, kPollMs);
+    if (Socket_Available(master) > 0) Utility_Delay(kPollMs);  // the rest of a line
+    else Socket_WaitReadable(master, kPollMs);
   }
   Socket_Close(master);
   return true;
