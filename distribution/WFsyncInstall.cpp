@@ -38,28 +38,6 @@ constexpr unsigned kNotInStep = 23;      // with the workflow
 
 std::string Text(StrIn text) { return text.Str(); }
 
-// The private directory of one install, removed with what is left in it.
-class Stage {
- public:
-  bool Make() {
-    std::string model = Text(WFbackup_dataDir) + "/.wfsync";
-    std::vector<char> name(model.begin(), model.end());
-    for (const char c : std::string(".XXXXXX")) name.push_back(c);
-    name.push_back('\0');
-    if (::mkdtemp(name.data()) == nullptr) return false;
-    path_ = name.data();
-    return true;
-  }
-  ~Stage() {
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-  }
-  const std::string& Path() const { return path_; }
-
- private:
-  std::string path_;
-};
-
 // The files of the stage, by the path they go to.
 std::vector<std::string> Members(const std::string& stage) {
   std::vector<std::string> members;
@@ -138,7 +116,7 @@ bool NoSync(const std::string& rcFile) {
 }
 
 // Unpacks `tarFile` into the stage; false with the command.
-bool Unpack(const Stage& stage, StrIn tarFile, std::string& command) {
+bool Unpack(const WFbackup_Stage& stage, StrIn tarFile, std::string& command) {
   NameStr program;
   WFbackup_GetTarProgram(program);
   std::string tar, dir, file;
@@ -173,9 +151,9 @@ bool WFsync_InstallWorkflow(StrIn name, StrIn startDir, StrIn group, StrIn tarFi
     return false;
   };
   // 4. Into the stage, 5. the tar file goes.
-  Stage stage;
+  WFbackup_Stage stage;
   std::string command;
-  const bool unpacked = stage.Make() && Unpack(stage, tarFile, command);
+  const bool unpacked = stage.Make(".wfsync") && Unpack(stage, tarFile, command);
   dropTar();
   if (!unpacked) return fail(WFsync_Text(kCommandFailed, command));
   // 6. Never passed on, 7. into place.

@@ -224,7 +224,7 @@ bool WFsync_ReceiveResult(WFsync_Connection conn, int timeoutMs, StrOut text) {
       return false;
     }
     Yield(conn);
-    // Part of a line may be there already: then the rest is waited for.
+    // Half a line may be there already: then the rest is waited for.
     if (Socket_Available(conn->socket) > 0) Utility_Delay(kPollMs);
     else Socket_WaitReadable(conn->socket, kPollMs);
   }

@@ -141,8 +141,8 @@ class WFsyncCli : public ::testing::Test {
             {"TMP", m + "/tmp"}, {"LANGUAGE", ""}, {"LANG", "C"}, {"DEBUG", ""},
             {"PATH", dir + "/bin:/usr/bin:/bin"}};
   }
-  RunResult Install(const std::string& name, const std::string& mode) {
-    PutFile(dir + "/wf.txt", std::regex_replace(kWorkflow, std::regex("%"), mode));
+  RunResult Install(const std::string& name, const std::string& mode, const std::string& text = kWorkflow) {
+    PutFile(dir + "/wf.txt", std::regex_replace(text, std::regex("%"), mode));
     return RunProgram({kBin + "wfinstall", "-w", name, dir + "/wf.txt"}, Master());
   }
   RunResult Sync(std::vector<std::string> args) {
@@ -195,13 +195,16 @@ TEST_F(WFsyncCli, SlaveFollowsTheMasterAndSkipsWhatItsOptionsExclude) {
   EXPECT_TRUE(Has(startRc, ": DOSYNC=_FALSE_\n")) << startRc;
   EXPECT_FALSE(fs::exists(dir + "/slave/projects/workflow/a/.TVWatchD_omit"));
 
-  // A changed parameter arrives next time; what the slave has of "d" (sent
+  // A changed parameter arrives next time, and a folder dropped stops being
+  // watched there; what the slave has of "d" (sent
   // by name once) stays as it is while its options exclude it: DOSYNC
   // without slaves counts as no.
   ASSERT_EQ(Install("d", "1").status, 0);
   ASSERT_EQ(Sync({"-S", "slave1", "d"}).status, 0);
   SyncOptions("d", true, "");
-  ASSERT_EQ(Install("a", "2").status, 0);
+  const std::string rename = "/autofolder/autorename/flow_a_0";
+  ASSERT_TRUE(fs::exists(dir + "/slave/projects" + rename));
+  ASSERT_EQ(Install("a", "2", std::regex_replace(kWorkflow, std::regex("-> ren\nrename +ren +"), "")).status, 0);
   ASSERT_EQ(Install("d", "2").status, 0);
   const std::string oldD = SlaveFile(projects + "/autofolder/autofilter/flow_d_0/.autofilterrc");
   r = Sync({"-S", "slave1"});
@@ -209,6 +212,9 @@ TEST_F(WFsyncCli, SlaveFollowsTheMasterAndSkipsWhatItsOptionsExclude) {
   EXPECT_TRUE(Has(SlaveFile(filterRc), ": MODE=2\n")) << SlaveFile(filterRc);
   EXPECT_EQ(SlaveFile(projects + "/autofolder/autofilter/flow_d_0/.autofilterrc"), oldD);
   EXPECT_TRUE(Has(oldD, ": MODE=1\n"));
+  EXPECT_FALSE(fs::exists(dir + "/slave/projects" + rename));
+  EXPECT_FALSE(Has(Config("slave"), rename + ":")) << Config("slave");
+  EXPECT_EQ(SlaveDump("a"), MasterDump("a"));
 }
 
 TEST_F(WFsyncCli, AKilledSlaveKeepsItsOldWorkflowAndTheMasterNamesTheHost) {
