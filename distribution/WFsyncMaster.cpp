@@ -1,6 +1,7 @@
 // WFsync: the master's side. The service, starting a slave through ssh and
 // its connection, the requests, and sending a workflow with its components.
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "base/DirAcces.h"

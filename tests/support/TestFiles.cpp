@@ -55,8 +55,10 @@ void WriteCatalog(const std::string& path, const CatalogTexts& texts) {
 
 RunResult RunProgram(const std::vector<std::string>& argv,
                      const std::vector<std::pair<std::string, std::string>>& env) {
+  // Only the program's standard output and error lead to the pipes: what it
+  // leaves running (a demon it starts) must not hold them open.
   int out[2], err[2];
-  if (::pipe(out) != 0 || ::pipe(err) != 0) throw std::runtime_error("pipe failed");
+  if (::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
   const pid_t pid = ::fork();
   if (pid == 0) {
     ::dup2(out[1], 1);
