@@ -2,6 +2,7 @@
 // archive is in WFbackupCheck.cpp, unpacking in WFbackupUnpack.cpp.
 #include "distribution/WFbackup.h"
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -197,6 +198,21 @@ bool WFbackup_Escaped(StrIn text, std::string& escaped) {
   const bool whole = SFilMisc_EscapeShMetaChars(text, buffer);
   escaped = StrIn(buffer).Str();
   return whole && !text.Empty();
+}
+
+// --- Staging ------------------------------------------------------------------------------
+
+bool WFbackup_Stage::Make(StrIn prefix) {
+  PathStr path;
+  if (!SFilMisc_CreateTmpName(StrIn(WFbackup_dataDir).Str() + "/" + prefix.Str(), path)) return false;
+  if (::mkdir(path, 0700) != 0) return false;
+  path_ = StrIn(path).Str();
+  return true;
+}
+
+WFbackup_Stage::~WFbackup_Stage() {
+  std::error_code ignored;
+  if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
 }
 
 // --- The list ------------------------------------------------------------------------------

@@ -28,6 +28,8 @@
 // error in batch work.
 #pragma once
 
+#include <string>
+
 #include "base/Strings.h"
 #include "workflow/WFbase.h"
 #include "workflow/WFmodule.h"
@@ -107,6 +109,25 @@ bool WFbackup_ExtractArchive(StrIn archive, StrIn name, WFbackup_Info& info);
 // directories, its demon entries (all folders stopped) and its group. An
 // existing workflow of that name: message 11, false.
 bool WFbackup_UnpackWorkflow(StrIn archive);
+
+// --- Staging ---------------------------------------------------------------------------------
+
+// A private directory (mode 0700) inside the projects directory, named like a
+// temporary file of `prefix`; it goes with everything in it when the object
+// does, however the work in it ends.
+class WFbackup_Stage {
+ public:
+  WFbackup_Stage() = default;
+  WFbackup_Stage(const WFbackup_Stage&) = delete;
+  WFbackup_Stage& operator=(const WFbackup_Stage&) = delete;
+  ~WFbackup_Stage();
+  // False when it could not be made.
+  bool Make(StrIn prefix);
+  const std::string& Path() const { return path_; }
+
+ private:
+  std::string path_;
+};
 
 // --- Checking an archive's listing ------------------------------------------------------------
 

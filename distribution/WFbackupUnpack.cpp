@@ -82,27 +82,6 @@ std::vector<std::string> Entries(const std::string& dir) {
   return names;
 }
 
-// The private directory of one unpack, removed with everything in it when
-// the unpack ends, however it ends.
-class Stage {
- public:
-  bool Make() {
-    PathStr path;
-    if (!SFilMisc_CreateTmpName(Text(WFbackup_dataDir) + "/.wfunpack", path)) return false;
-    if (::mkdir(path, 0700) != 0) return false;
-    path_ = StrIn(path).Str();
-    return true;
-  }
-  ~Stage() {
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-  }
-  const std::string& Path() const { return path_; }
-
- private:
-  std::string path_;
-};
-
 // How the workflow's paths change on their way from the archive to here: to
 // another projects directory and to another name.
 struct Relocation {
@@ -338,9 +317,9 @@ bool WFbackup_ExtractArchive(StrIn archive, StrIn name, WFbackup_Info& info) {
     return false;
   }
   // 2. Into the stage.
-  Stage stage;
+  WFbackup_Stage stage;
   std::string stageArg;
-  if (!stage.Make() || !WFbackup_Escaped(stage.Path(), stageArg) ||
+  if (!stage.Make(".wfunpack") || !WFbackup_Escaped(stage.Path(), stageArg) ||
       Messages_Quietly([&] {
         return Processe_ExecuteCommand("cd " + stageArg + " && " + tar + " --extract --file=" + file +
                                            " --keep-old-files --preserve-permissions",

@@ -14,6 +14,7 @@
 #include "base/StringOp.h"
 #include "distribution/RWbase.h"
 #include "distribution/WFbackup.h"
+#include "distribution/WFsync.h"
 #include "image/SIqif.h"
 #include "image/SItiff.h"
 #include "jobqueue/CCjobClass.h"
@@ -64,6 +65,7 @@ void InitModules() {
   RWbase_Init();  // the remote watch joins every install and removal
   WFgroup_Init();  // workflows are listed by group from now on
   WFbackup_Init();
+  WFsync_Init();
   WFdebug_Init();
   WFfolder_RegisterExecuteOnProc(CCjobClass_ExecuteOn);
 }
@@ -241,9 +243,9 @@ bool Floatdeck_SyncSlave(StrIn masterInfo) {
   Strings_Assign(masterInfo, rest);
   StringOp_NextToken(rest, ':', host);
   BConvert_StrToInt(rest, port);
-  if (!BConvert_done || host[0] == '\0') {
+  if (!BConvert_done || host[0] == '\0' || port <= 0 || port > 65535) {
     Floatdeck_DisplayUsage();
     return false;
   }
-  return ModeNotAvailable("-S");
+  return WFsync_Slave(host, static_cast<std::uint16_t>(port));
 }

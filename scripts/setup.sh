@@ -12,6 +12,8 @@ packages+=(libtiff-dev libtiff-tools)
 packages+=(pkg-config libx11-dev libxft-dev libfontconfig-dev libxtst-dev xvfb x11-apps imagemagick fonts-dejavu-core)
 # Workflows are packed into archives by GNU tar ("gtar" when there is one).
 packages+=(tar)
+# Master and slave talk through ssh; the tests run their own sshd.
+packages+=(openssh-server openssh-client)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
@@ -22,4 +24,9 @@ if [ ${#missing[@]} -gt 0 ]; then
   [ "$(id -u)" -eq 0 ] || sudo_cmd="sudo"
   $sudo_cmd apt-get update
   DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get install -y --no-install-recommends "${missing[@]}"
+fi
+# sshd started by root (the synchronisation tests start their own) needs its
+# privilege separation directory, which only the system's service start makes.
+if [ "$(id -u)" -eq 0 ] && [ ! -d /run/sshd ]; then
+  mkdir -p /run/sshd && chmod 0755 /run/sshd
 fi

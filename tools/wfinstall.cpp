@@ -5,6 +5,9 @@
 //                                        (WFdesc) look like that, and install it
 //   wfinstall -c [-w NAME] FILE      only check FILE against the kinds
 //   wfinstall [-f] -r NAME           remove the workflow NAME
+//   wfinstall -S HOST... [NAME...]   synchronise workflows to slave hosts
+//                                    (WFsyncRun); without names, those
+//                                    whose sync options name the host
 //
 // FILE "-" is standard input. Installing goes through the workflow model as
 // the manager's does: the workflow is read from disk (or made new), changed
@@ -31,17 +34,19 @@
 #include "base/Processe.h"
 #include "base/SPrintf.h"
 #include "distribution/RWbase.h"
+#include "distribution/WFsync.h"
 #include "rc/SrcFile.h"
 #include "tools/WFdesc.h"
+#include "tools/WFsyncRun.h"
 #include "workflow/AutoMisc.h"
 
 namespace {
 
 char section[kSectionCap] = "wfinstall";
 
-// messages: wfinstall 1-6
+// messages: wfinstall 1-7
 constexpr unsigned kUsageFirst = 1;
-constexpr unsigned kUsageLast = 6;
+constexpr unsigned kUsageLast = 7;
 constexpr unsigned kValid = 10;          // with the file
 constexpr unsigned kInstalled = 11;      // with the workflow
 constexpr unsigned kUnchanged = 12;      // with the workflow
@@ -57,13 +62,14 @@ constexpr unsigned kNotRemoved = 27;     // with the workflow
 constexpr unsigned kNoWorkflow = 28;     // with the workflow
 constexpr unsigned kLocked = 29;         // with the workflow
 
-enum class Action { Install, Check, Remove };
+enum class Action { Install, Check, Remove, Sync };
 
 struct Options {
   Action action = Action::Install;
   bool force = false;
   std::string name;  // -w NAME, or the workflow of -r
   std::string file;
+  std::vector<std::string> hosts, workflows;  // -S
 };
 
 void Say(std::FILE* stream, unsigned number, StrIn first = "", StrIn second = "") {
@@ -92,13 +98,20 @@ bool GetOptions(Options& options) {
       if (text == "-r") options.action = Action::Remove;
       if (!Argument_Get(word)) return false;
       options.name = StrIn(word).Str();
+    } else if (text == "-S") {
+      options.action = Action::Sync;
+      if (!Argument_Get(word) || StrIn(word).Empty()) return false;
+      options.hosts.push_back(StrIn(word).Str());
     } else if (text.size() > 1 && text[0] == '-') {
       return false;
+    } else if (options.action == Action::Sync) {
+      options.workflows.push_back(text);
     } else {
       if (!options.file.empty()) return false;
       options.file = text;
     }
   }
+  if (options.action == Action::Sync) return options.file.empty() && options.name.empty() && !options.force;
   if (options.action == Action::Remove) return options.file.empty() && !options.name.empty();
   return !options.file.empty();
 }
@@ -268,6 +281,7 @@ bool Run() {
   // Batch work: messages go to standard error, every question is a yes.
   WFbase_SetFeedback(false);
   AutoMisc_SetFeedback(false);
+  if (options.action == Action::Sync) return WFsyncRun_Sync(options.hosts, options.workflows);
   return options.action == Action::Remove ? Remove(options) : Install(options);
 }
 
@@ -282,6 +296,7 @@ int main(int argc, char** argv) {
   SrcFile_Init();
   RWbase_Init();
   WFdesc_Init();
+  WFsync_Init();
   Messages_UseMsgCat("WFINSTALLmsg");
   // Anything that does not explicitly succeed leaves with 1.
   Processe_SetExitStatus(1);

@@ -111,11 +111,15 @@ TEST_F(FloatdeckCli, UsageFollowsTheLanguage) {
   EXPECT_EQ(r.err.rfind("Aufruf: Floatdeck", 0), 0u) << r.err;
 }
 
-TEST_F(FloatdeckCli, ModesNotYetBuiltSayWhichAndFail) {
-  const RunResult r = Run({"-S", "master:9912"});
+TEST_F(FloatdeckCli, SlaveWithoutMasterFails) {
+  // Nobody listens on port 1: the slave cannot connect and fails quietly.
+  const RunResult r = Run({"-S", "127.0.0.1:1"});
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.out, "");
-  EXPECT_EQ(r.err, "The mode -S is not available in this version of the program.\n");
+  // A port outside 1..65535 is no port.
+  const RunResult zero = Run({"-S", "master:0"});
+  EXPECT_EQ(zero.status, 1);
+  EXPECT_EQ(zero.err.rfind("Usage: Floatdeck", 0), 0u) << zero.err;
 }
 
 TEST_F(FloatdeckCli, MissingCatalogEndsWithACrashReport) {

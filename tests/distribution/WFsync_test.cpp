@@ -1,0 +1,127 @@
+// The synchronisation's pieces without ssh: the master's port range, the
+// slave's answers to lines it understands and to lines it does not, and its
+// start directory beside other workflows.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "base/Argument.h"
+#include "distribution/RWbase.h"
+#include "distribution/WFbackup.h"
+#include "distribution/WFsync.h"
+#include "tests/support/TestFiles.h"
+#include "watch/TVWrequest.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+TempDir*& site = UsePrivateSiteForTests([] {
+  ::setenv("PATH", "/usr/bin:/bin", 1);
+  static const char* const args[] = {program_invocation_name};
+  Argument_Init(1, args);
+  RWbase_Init();
+  WFsync_Init();
+  WFbase_SetFeedback(false);
+});
+
+// One connection over loopback: the slave's end and the master's.
+struct Line {
+  Socket listener = Socket_Listen("127.0.0.1", 0, 4096);
+  Socket master = Socket_Connect("127.0.0.1", Socket_LocalPort(listener), 4096, 5000);
+  Socket slave = nullptr;
+  Line() {
+    for (int tries = 0; tries < 500 && slave == nullptr; ++tries) {
+      slave = Socket_Accept(listener);
+      if (slave == nullptr) ::usleep(10000);
+    }
+  }
+  ~Line() {
+    Socket_Close(slave);
+    Socket_Close(master);
+    Socket_Close(listener);
+  }
+  // The slave's answer to `request`: the boolean and the string.
+  std::pair<bool, std::string> Ask(const std::string& request) {
+    EXPECT_TRUE(WFsync_HandleRequest(slave, request));
+    TVWrequest_Line line;
+    bool tooLong = false;
+    for (int tries = 0; tries < 300 && !TVWrequest_TakeLine(master, line, tooLong); ++tries)
+      Socket_WaitReadable(master, 100);
+    bool success = false;
+    TextStr text;
+    EXPECT_TRUE(WFsync_SplitBool(line, success) && WFsync_SplitString(line, text)) << line;
+    return {success, StrIn(text).Str()};
+  }
+};
+
+}  // namespace
+
+TEST(WFsync, ServiceTakesTheFirstFreePortOfItsRangeAndNoOther) {
+  // Every port of the range that is free now is held here.
+  std::vector<Socket> held;
+  for (std::uint16_t port = WFsync_firstPort; port <= WFsync_lastPort; ++port) {
+    if (Socket s = Socket_Listen("", port, 4096); s != nullptr) held.push_back(s);
+  }
+  std::uint16_t port = 1;
+  Socket service = WFsync_SetupService(port);
+  EXPECT_EQ(service, Socket_Nil());
+  EXPECT_EQ(port, 0);
+  // The last one given back is the one the service gets.
+  ASSERT_FALSE(held.empty());
+  const std::uint16_t last = Socket_LocalPort(held.back());
+  Socket_Close(held.back());
+  held.pop_back();
+  service = WFsync_SetupService(port);
+  EXPECT_NE(service, Socket_Nil());
+  EXPECT_EQ(port, last);
+  WFsync_CloseService(service);
+  for (Socket& s : held) Socket_Close(s);
+}
+
+TEST(WFsync, SlaveAnswersWhatItUnderstandsAndNamesWhatItDoesNot) {
+  Line line;
+  ASSERT_NE(line.slave, nullptr);
+  auto [ok, text] = line.Ask("ENVIRONMENT");
+  EXPECT_TRUE(ok);
+  EXPECT_EQ(text, "1 " + site->Path() + "/projects");
+
+  std::tie(ok, text) = line.Ask("TMPFILENAME .tar");
+  EXPECT_TRUE(ok);
+  EXPECT_EQ(text.rfind(site->Path() + "/tmp/wfsync.", 0), 0u) << text;
+  EXPECT_TRUE(text.ends_with(".tar")) << text;
+
+  std::tie(ok, text) = line.Ask("FETCH a\\ b");
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(text, "Unknown request: FETCH a\\ b");
+  // A parameter missing, one too many, a boolean that is none.
+  for (const std::string bad : {"TMPFILENAME", "TMPFILENAME .tar extra", "INSTALLWORKFLOW a \"\" \"\" /t.tar maybe"}) {
+    std::tie(ok, text) = line.Ask(bad);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(text, "Internal error. Invalid request: " + bad);
+  }
+  // A component text that is none is refused by the slave with its reason.
+  std::tie(ok, text) = line.Ask("INSTALLMODULE garbage");
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(text, "The component text is not valid: garbage");
+}
+
+TEST(WFsync, StartDirectoryOfAnotherWorkflowIsRefusedAndAnOwnOneLinked) {
+  const std::string root = site->Path() + "/projects/workflow";
+  fs::create_directories(root + "/other");
+  TextStr reason;
+  EXPECT_FALSE(WFsync_InstallStartDir("mine", root + "/other", reason));
+  EXPECT_EQ(StrIn(reason).Str(), "The directory " + root + "/other is already the start directory of workflow other.");
+
+  const std::string own = site->Path() + "/elsewhere/deep/start";
+  ASSERT_TRUE(WFsync_InstallStartDir("mine", own, reason)) << reason;
+  EXPECT_TRUE(fs::is_directory(own));
+  EXPECT_EQ(fs::read_symlink(root + "/mine"), own);
+  // Again: the link is there already; an empty directory means the standard one.
+  EXPECT_TRUE(WFsync_InstallStartDir("mine", own, reason));
+  EXPECT_TRUE(WFsync_InstallStartDir("new", "", reason));
+}
