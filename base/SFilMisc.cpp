@@ -100,10 +100,12 @@ std::string SFilMisc_QuoteForShell(std::string_view text) {
   return quoted + "'";
 }
 
-bool SFilMisc_SaveAtomically(StrIn path, std::string_view text, unsigned mode) {
-  PathStr temporary;
-  if (!SFilMisc_CreateTmpName(path, temporary)) return false;
-  const int file = ::open(temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+namespace {
+
+// Writes `text` into `temporary` (made with `flags`), gives it `mode` and
+// renames it over `path`; the temporary goes on failure.
+bool WriteAndRename(const std::string& temporary, int flags, StrIn path, std::string_view text, unsigned mode) {
+  const int file = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0600);
   if (file < 0) return false;
   std::size_t done = 0;
   while (done < text.size()) {
@@ -113,9 +115,20 @@ bool SFilMisc_SaveAtomically(StrIn path, std::string_view text, unsigned mode) {
     done += static_cast<std::size_t>(wrote);
   }
   const bool written = done == text.size() && ::fchmod(file, mode) == 0;
-  if (::close(file) == 0 && written && std::rename(temporary, path.Str().c_str()) == 0) return true;
-  ::unlink(temporary);
+  if (::close(file) == 0 && written && std::rename(temporary.c_str(), path.Str().c_str()) == 0) return true;
+  ::unlink(temporary.c_str());
   return false;
+}
+
+}  // namespace
+
+bool SFilMisc_SaveAtomically(StrIn path, std::string_view text, unsigned mode) {
+  PathStr temporary;
+  return SFilMisc_CreateTmpName(path, temporary) && WriteAndRename(StrIn(temporary).Str(), O_EXCL, path, text, mode);
+}
+
+bool SFilMisc_SaveAtomicallyLocked(StrIn path, std::string_view text, unsigned mode) {
+  return WriteAndRename(path.Str() + ".tmp", O_TRUNC, path, text, mode);
 }
 
 bool SFilMisc_ChMod(StrIn path, StrIn mode) {

@@ -47,6 +47,10 @@ std::string SFilMisc_QuoteForShell(std::string_view text);
 // save's temporary name beside it, with permission bits `mode`, then renamed
 // over it. False, the old file untouched and nothing left behind, on failure.
 bool SFilMisc_SaveAtomically(StrIn path, std::string_view text, unsigned mode);
+// The same for a writer that holds the lock of `path` against other writers:
+// the temporary file is always "`path`.tmp", so what a writer that was
+// killed left is taken over by the next.
+bool SFilMisc_SaveAtomicallyLocked(StrIn path, std::string_view text, unsigned mode);
 // Sets the permission bits of `path` to the octal number `mode` ("666",
 // "0755"; at most 7777). False for any other text or when the system refuses;
 // nothing is reported.

@@ -62,5 +62,5 @@ bool TVWhandled_Save(StrIn folder, StrVector names) {
   std::string text;
   for (std::size_t i = 0; i < StrVector_ElementCount(names); ++i)
     text += Escape(StrVector_DynElementAt(names, i).View()) + '\n';
-  return SFilMisc_SaveAtomically(path, text, 0666);
+  return SFilMisc_SaveAtomicallyLocked(path, text, 0666);
 }

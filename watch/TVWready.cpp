@@ -32,7 +32,7 @@ bool Exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0;
 bool WriteList(const std::string& path, const std::vector<std::string>& paths) {
   std::string text;
   for (const std::string& p : paths) text += p + '\n';
-  return SFilMisc_SaveAtomically(path, text, 0666);
+  return SFilMisc_SaveAtomicallyLocked(path, text, 0666);
 }
 
 // To the demon of `host`, file by file, over one connection of the process.

@@ -126,7 +126,10 @@ struct Sample {
       for (const auto& e : fs::recursive_directory_iterator(folder)) {
         const std::string file = e.path().filename(), dir = e.path().parent_path();
         const bool settled = dir == outdir || dir == errors || dir.rfind(passed + "/", 0) == 0 || dir.rfind(rejected + "/", 0) == 0;
-        const bool record = file.size() > 7 && (file.substr(file.size() - 7) == ".fdstep" || file.substr(file.size() - 4) == ".tmp");
+        // A demon killed while it saved a folder's handled list leaves that
+        // list's temporary, which the folder's next save takes over.
+        const bool record = file.size() > 7 && file != ".readyFiles.tmp" &&
+                            (file.substr(file.size() - 7) == ".fdstep" || file.substr(file.size() - 4) == ".tmp");
         if (e.is_regular_file() && (record || (file[0] != '.' && !settled))) left.push_back(e.path());
       }
     }

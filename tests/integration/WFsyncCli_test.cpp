@@ -16,6 +16,7 @@
 #include <regex>
 #include <thread>
 
+#include "tests/support/Services.h"
 #include "tests/support/TestFiles.h"
 
 namespace {
@@ -23,19 +24,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string kBin = std::string(FLOATDECK_BINARY_DIR) + "/bin/";
-
-// A loopback port nobody listens on just now.
-int FreePort() {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in at{};
-  at.sin_family = AF_INET;
-  at.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof at;
-  ::bind(fd, reinterpret_cast<sockaddr*>(&at), sizeof at);
-  ::getsockname(fd, reinterpret_cast<sockaddr*>(&at), &length);
-  ::close(fd);
-  return ntohs(at.sin_port);
-}
 
 void Executable(const std::string& path, const std::string& text) {
   PutFile(path, text);
@@ -48,7 +36,7 @@ std::string Sh(const std::string& command) { return RunProgram({"/bin/sh", "-c",
 class Sshd {
  public:
   explicit Sshd(const std::string& dir) {
-    port_ = FreePort();
+    port_ = FreeLoopbackPort();
     Sh("ssh-keygen -q -t ed25519 -N '' -f " + dir + "/hostkey && ssh-keygen -q -t ed25519 -N '' -f " + dir +
        "/userkey");
     PutFile(dir + "/sshd_config", "ListenAddress 127.0.0.1\nPort " + std::to_string(port_) + "\nHostKey " + dir +
@@ -113,12 +101,19 @@ class WFsyncCli : public ::testing::Test {
     fs::create_symlink(kBin + "Floatdeck", dir + "/slavebin/Floatdeck");
     // ssh and scp of the master reach the test's sshd, whatever the host;
     // "deadhost" is a port where nobody listens.
-    PutFile(dir + "/ssh_config", "Host deadhost\n  HostName 127.0.0.1\n  Port " + std::to_string(FreePort()) +
+    PutFile(dir + "/ssh_config", "Host deadhost\n  HostName 127.0.0.1\n  Port " + std::to_string(FreeLoopbackPort()) +
                                      "\nHost *\n  HostName 127.0.0.1\n  Port " + std::to_string(sshd.Port()) +
                                      "\n  IdentityFile " + dir + "/userkey\n  IdentitiesOnly yes\n  UserKnownHostsFile " +
                                      dir + "/known_hosts\n  StrictHostKeyChecking no\n  LogLevel ERROR\n");
     Executable(dir + "/bin/ssh", "#!/bin/sh\nexec /usr/bin/ssh -F " + dir + "/ssh_config \"$@\"\n");
     Executable(dir + "/bin/scp", "#!/bin/sh\nexec /usr/bin/scp -O -S " + dir + "/bin/ssh \"$@\"\n");
+    // A slave's install starts its watch demon, and the demon its queue: on
+    // ports of this test's own, and ended with the test.
+    std::string ports;
+    for (const char* port : {"TV_CCSERVER_PORT", "TV_CCWORKER_PORT", "TV_RMSERVER_PORT"}) {
+      ChoosePort(port);
+      ports += std::string(" ") + port + "=" + ::getenv(port);
+    }
     // The slave host: its own site, its projects tree at the master's path.
     // A file "kill-slave" kills the slave program when the tar file comes.
     Executable(dir + "/slave-host.sh",
@@ -126,12 +121,17 @@ class WFsyncCli : public ::testing::Test {
                "S=" + dir + "/slave\n"
                "export TV_PROJECTS=" + projects + " TV_CUSTOMER=$S/customer MARLDAT=$S/dat TMP=$S/tmp\n"
                "export MARLENV=$S/env:" FLOATDECK_BINARY_DIR "/env MARLLIB=" FLOATDECK_BINARY_DIR "\n"
+               "export" + ports + "\n"
                "export PATH=" + dir + "/slavebin:/usr/bin:/bin LANG=C\n"
                "unset LANGUAGE TV_NO_RUN_FILE\n"
                "if [ -e " + dir + "/kill-slave ]; then case \"$SSH_ORIGINAL_COMMAND\" in 'cat >'*)\n"
                "  for f in $S/dat/*-Floatdeck-*.pid; do p=${f##*-}; kill -9 ${p%.pid}; done;; esac; fi\n"
                "exec unshare " + userns + "--mount sh -c 'mount --bind \"$0\" \"$1\" && exec sh -c \"$SSH_ORIGINAL_COMMAND\"' "
                "$S/projects " + projects + "\n");
+  }
+
+  void TearDown() override {
+    for (const char* site : {"/master/dat", "/slave/dat"}) StopSiteServices(dir + site);
   }
 
   std::vector<std::pair<std::string, std::string>> Master() const {
@@ -143,7 +143,7 @@ class WFsyncCli : public ::testing::Test {
   }
   RunResult Install(const std::string& name, const std::string& mode, const std::string& text = kWorkflow) {
     PutFile(dir + "/wf.txt", std::regex_replace(text, std::regex("%"), mode));
-    return RunProgram({kBin + "wfinstall", "-w", name, dir + "/wf.txt"}, Master());
+    return RunProgram({kBin + "wfinstall", "-n", "-w", name, dir + "/wf.txt"}, Master());
   }
   RunResult Sync(std::vector<std::string> args) {
     args.insert(args.begin(), kBin + "wfinstall");

@@ -91,7 +91,7 @@ void UsePrivateSite(const std::string& root) {
   ::setenv("TMP", (root + "/tmp").c_str(), 1);
 }
 
-void ChoosePort(const std::string& portVariable) {
+int FreeLoopbackPort() {
   const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
   sockaddr_in address = Loopback(0);
   socklen_t length = sizeof address;
@@ -99,7 +99,11 @@ void ChoosePort(const std::string& portVariable) {
       ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0)
     throw std::runtime_error("no free loopback port");
   ::close(fd);
-  ::setenv(portVariable.c_str(), std::to_string(ntohs(address.sin_port)).c_str(), 1);
+  return ntohs(address.sin_port);
+}
+
+void ChoosePort(const std::string& portVariable) {
+  ::setenv(portVariable.c_str(), std::to_string(FreeLoopbackPort()).c_str(), 1);
 }
 
 int StartService(const std::string& program, const std::string& portVariable, const std::vector<std::string>& args,

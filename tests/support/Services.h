@@ -12,6 +12,8 @@
 // configuration goes) and the build tree's catalogs.
 void UsePrivateSite(const std::string& root);
 
+// A loopback port nobody listens on just now.
+int FreeLoopbackPort();
 // A free loopback port, published in the variable `portVariable`
 // (TV_RMSERVER_PORT, TV_CCSERVER_PORT, ...).
 void ChoosePort(const std::string& portVariable);

@@ -56,13 +56,15 @@ void WriteCatalog(const std::string& path, const CatalogTexts& texts) {
 RunResult RunProgram(const std::vector<std::string>& argv,
                      const std::vector<std::pair<std::string, std::string>>& env) {
   int out[2], err[2];
-  // Only the program's standard output and error lead into the pipes: a
-  // service it leaves running must not keep them open.
+  // Only the program's own 1 and 2 lead into the pipes: a service it starts
+  // and leaves running must not keep them open.
   if (::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
   const pid_t pid = ::fork();
   if (pid == 0) {
     ::dup2(out[1], 1);
     ::dup2(err[1], 2);
+    ::close(out[0]);
+    ::close(err[0]);
     for (const auto& [name, value] : env) {
       if (value.empty()) ::unsetenv(name.c_str());
       else ::setenv(name.c_str(), value.c_str(), 1);
@@ -130,19 +132,6 @@ class BuildTreeSite : public ::testing::Environment {
 bool UseBuildTreeSite(void (*init)()) {
   ::testing::AddGlobalTestEnvironment(new BuildTreeSite(init));
   return true;
-}
-
-void UsePrivateSite(const std::string& root) {
-  for (const char* dir : {"customer", "projects", "dat", "lib", "tmp", "env"})
-    std::filesystem::create_directories(root + "/" + dir);
-  ::setenv("TV_NO_RUN_FILE", "1", 1);
-  // Its own first element: the demon's configuration is written there.
-  ::setenv("MARLENV", (root + "/env:" FLOATDECK_BINARY_DIR "/env").c_str(), 1);
-  ::setenv("TV_CUSTOMER", (root + "/customer").c_str(), 1);
-  ::setenv("TV_PROJECTS", (root + "/projects").c_str(), 1);
-  ::setenv("MARLDAT", (root + "/dat").c_str(), 1);
-  ::setenv("MARLLIB", (root + "/lib").c_str(), 1);
-  ::setenv("TMP", (root + "/tmp").c_str(), 1);
 }
 
 
