@@ -17,22 +17,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TempDir* site = nullptr;
+TempDir*& site = UsePrivateSiteForTests([] {
+  ::setenv("PATH", "/usr/bin:/bin", 1);
+  RWconfig_Init();
+});
 
 std::string File() { return site->Path() + "/customer/RemoteWatchDaemon.cfg"; }
-
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    UsePrivateSite(site->Path());
-    ::setenv("PATH", "/usr/bin:/bin", 1);
-    RWconfig_Init();
-  }
-  void TearDown() override { delete site; }
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
 
 RWconfig_Hotfolder Hotfolder(const std::string& server, const std::string& remote, const std::string& local) {
   RWconfig_Hotfolder h;

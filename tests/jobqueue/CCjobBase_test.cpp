@@ -17,23 +17,14 @@
 
 namespace {
 
-TempDir* site = nullptr;
-
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    UsePrivateSite(site->Path());
-    ::setenv("HOST", "here", 1);
-    ::unsetenv("TV_NFS_PREFIX_BEHAVIOUR");
-    static const char* const args[] = {program_invocation_name};
-    Argument_Init(1, args);
-    Messages_Init();
-    DirAcces_Init();
-  }
-  void TearDown() override { delete site; }
-};
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
+TempDir*& site = UsePrivateSiteForTests([] {
+  ::setenv("HOST", "here", 1);
+  ::unsetenv("TV_NFS_PREFIX_BEHAVIOUR");
+  static const char* const args[] = {program_invocation_name};
+  Argument_Init(1, args);
+  Messages_Init();
+  DirAcces_Init();
+});
 
 struct Job {
   CCjobBase_Job job;

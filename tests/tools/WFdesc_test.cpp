@@ -13,23 +13,13 @@
 
 namespace {
 
-TempDir* site = nullptr;
-
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    UsePrivateSite(site->Path());
-    ::setenv("LANG", "C", 1);
-    ::unsetenv("LANGUAGE");
-    static const char* const args[] = {program_invocation_name};
-    Argument_Init(1, args);
-    WFdesc_Init();
-  }
-  void TearDown() override { delete site; }
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
+TempDir*& site = UsePrivateSiteForTests([] {
+  ::setenv("LANG", "C", 1);
+  ::unsetenv("LANGUAGE");
+  static const char* const args[] = {program_invocation_name};
+  Argument_Init(1, args);
+  WFdesc_Init();
+});
 
 bool Parse(const std::string& text, WFdesc_Description& d, WFdesc_Error& e) {
   return WFdesc_Parse(text.data(), text.size(), d, e);

@@ -23,29 +23,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TempDir* site = nullptr;
+TempDir*& site = UsePrivateSiteForTests([] {
+  fs::create_directories(site->Path() + "/bin");
+  ::setenv("PATH", (site->Path() + "/bin:/usr/bin:/bin").c_str(), 1);
+  static const char* const args[] = {program_invocation_name};
+  Argument_Init(1, args);
+  WFbase_Init();
+  WFbase_SetFeedback(false);
+});
 
 std::string Projects() { return site->Path() + "/projects"; }
 std::string Cfg() { return site->Path() + "/env/tvwatchd.cfg"; }
 // The configuration with its long lines joined again.
 std::string Lines() { return std::regex_replace(FileText(Cfg()), std::regex("\\\\\n\t"), ""); }
-
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    UsePrivateSite(site->Path());
-    fs::create_directories(site->Path() + "/bin");
-    ::setenv("PATH", (site->Path() + "/bin:/usr/bin:/bin").c_str(), 1);
-    static const char* const args[] = {program_invocation_name};
-    Argument_Init(1, args);
-    WFbase_Init();
-    WFbase_SetFeedback(false);
-  }
-  void TearDown() override { delete site; }
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
 
 std::vector<std::string> asked;
 bool answer = true;

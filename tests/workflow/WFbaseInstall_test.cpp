@@ -18,25 +18,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TempDir* site = nullptr;
+TempDir*& site = UsePrivateSiteForTests([] {
+  ::setenv("PATH", "/usr/bin:/bin", 1);
+  static const char* const args[] = {program_invocation_name};
+  Argument_Init(1, args);
+  WFdebug_Init();
+  WFbase_SetFeedback(false);
+});
 
 std::string Projects() { return site->Path() + "/projects"; }
-
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    UsePrivateSite(site->Path());
-    ::setenv("PATH", "/usr/bin:/bin", 1);
-    static const char* const args[] = {program_invocation_name};
-    Argument_Init(1, args);
-    WFdebug_Init();
-    WFbase_SetFeedback(false);
-  }
-  void TearDown() override { delete site; }
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
 
 std::string PathOf(WFfolder folder) {
   PathStr path;

@@ -21,25 +21,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TempDir* site = nullptr;
+TempDir*& site = UsePrivateSiteForTests([] {
+  ::setenv("LANG", "C", 1);
+  ::unsetenv("LANGUAGE");
+  static const char* const args[] = {program_invocation_name};
+  Argument_Init(1, args);
+  WFdebug_Init();
+});
 
 std::string Projects() { return site->Path() + "/projects"; }
-
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    UsePrivateSite(site->Path());
-    ::setenv("LANG", "C", 1);
-    ::unsetenv("LANGUAGE");
-    static const char* const args[] = {program_invocation_name};
-    Argument_Init(1, args);
-    WFdebug_Init();
-  }
-  void TearDown() override { delete site; }
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
 
 // Paths of the folders of workflow `name` as an install lays them out.
 struct Paths {
