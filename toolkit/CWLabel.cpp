@@ -12,6 +12,13 @@
 #include "toolkit/WtDraw.h"
 #include "toolkit/WtWnds.h"
 
+// The icons of a lamp, one per value (0 where a name gives none), and the
+// size of the largest.
+struct CWLabel_Lamp {
+  std::vector<W_Pixmap> icons;
+  int width = 0, height = 0;
+};
+
 Classes_ClassPtr CWLabel_class = nullptr;
 std::uint32_t CWLabel_TEXTAT, CWLabel_ICONAT, CWLabel_drawColorAT, CWLabel_hAlignAT, CWLabel_vAlignAT,
     CWLabel_fontSizeAT, CWLabel_fontFixedAT, CWLabel_shortCutAT, CWLabel_multiLineAT;
@@ -41,8 +48,56 @@ std::vector<std::string> Lines(CWLabel l) {
   }
 }
 
+// The names of "ICON"; several make a lamp.
+std::vector<std::string> IconNames(CWLabel l) {
+  std::vector<std::string> names;
+  const std::string text = CAttribs_Text(l->ICON).Str();
+  std::size_t at = 0;
+  while ((at = text.find_first_not_of(' ', at)) != std::string::npos) {
+    const std::size_t end = std::min(text.find(' ', at), text.size());
+    names.push_back(text.substr(at, end - at));
+    at = end;
+  }
+  return names;
+}
+
+void ReleaseLamp(CWLabel l) {
+  if (l->lamp == nullptr) return;
+  for (W_Pixmap& icon : l->lamp->icons) WtDraw_ReleaseIcons(icon);
+  delete l->lamp;
+  l->lamp = nullptr;
+}
+
+// A lamp's icon of the value (0: none); the size is the largest icon's.
+W_Pixmap LampIcon(CWLabel l, const std::vector<std::string>& names, int& width, int& height) {
+  if (l->lamp == nullptr) {
+    l->lamp = new CWLabel_Lamp;
+    for (const std::string& name : names) {
+      int w, h;
+      l->lamp->icons.push_back(WtDraw_LoadIcons(name, w, h));
+      if (l->lamp->icons.back() != 0 && W_GetPixmapGeometry(l->lamp->icons.back(), w, h)) {
+        l->lamp->width = std::max(l->lamp->width, w);
+        l->lamp->height = std::max(l->lamp->height, h);
+      }
+    }
+  }
+  width = l->lamp->width;
+  height = l->lamp->height;
+  const WtTypes_Kind kind = WtTypes_KindOf(l->value.widgetType);
+  const bool number = kind == WtTypes_kBoolean || kind == WtTypes_kInteger || kind == WtTypes_kCardinal;
+  const std::int64_t index = number ? WtTypes_AsInteger(l->value) : 0;
+  return index >= 0 && index < static_cast<std::int64_t>(l->lamp->icons.size())
+             ? l->lamp->icons[static_cast<std::size_t>(index)]
+             : 0;
+}
+
+// The icon shown and the room kept for it (0 by 0: none).
 W_Pixmap IconOf(CWLabel l, bool selected, int& width, int& height) {
   width = height = 0;
+  if (!selected) {
+    const std::vector<std::string> names = IconNames(l);
+    if (names.size() > 1) return LampIcon(l, names, width, height);
+  }
   W_Pixmap& icon = selected ? l->iconSel : l->icon;
   const CAttribs_String& name = selected ? l->iconSelected : l->ICON;
   if (CAttribs_Text(name).Empty()) return 0;
@@ -57,13 +112,15 @@ struct Content {
   int iconWidth = 0, iconHeight = 0;
   int lineHeight = 0, descent = 0, textWidth = 0;
   int width = 0, height = 0;
+  // Whether room is kept for an icon (a lamp may show none in it).
+  bool IconRoom() const { return iconWidth > 0 && iconHeight > 0; }
 };
 
 Content Measure(CWLabel l) {
   Content c;
   c.icon = IconOf(l, l->selected && !CAttribs_Text(l->iconSelected).Empty(), c.iconWidth, c.iconHeight);
   c.lines = Lines(l);
-  const bool showText = !c.lines.empty() && (c.icon == 0 || l->dispBoth);
+  const bool showText = !c.lines.empty() && (!c.IconRoom() || l->dispBoth);
   if (!showText) c.lines.clear();
   int ascent = 0;
   W_TextExtents(l->fontSize, l->fontFixed, StrIn("Ag"), c.textWidth, ascent, c.descent);
@@ -71,9 +128,9 @@ Content Measure(CWLabel l) {
   c.textWidth = 0;
   for (const std::string& line : c.lines) c.textWidth = std::max(c.textWidth, WtDraw_StringWidth(l->fontSize, l->fontFixed, line));
   const int textHeight = c.lines.empty() ? 0 : c.lineHeight * static_cast<int>(c.lines.size());
-  c.width = c.textWidth + (c.icon != 0 ? c.iconWidth + (c.lines.empty() ? 0 : kIconGap) : 0);
-  c.height = std::max(textHeight, c.icon != 0 ? c.iconHeight : 0);
-  if (c.icon == 0 && c.lines.empty()) c.height = c.lineHeight;  // an empty label keeps a line's height
+  c.width = c.textWidth + (c.IconRoom() ? c.iconWidth + (c.lines.empty() ? 0 : kIconGap) : 0);
+  c.height = std::max(textHeight, c.IconRoom() ? c.iconHeight : 0);
+  if (!c.IconRoom() && c.lines.empty()) c.height = c.lineHeight;  // an empty label keeps a line's height
   return c;
 }
 
@@ -124,12 +181,14 @@ void MyExpose(Widget w, const Regions_Region* region, W_Event& event) {
 void MySetValue(Widget w, const WidgetValue& value) {
   CWCore_MySetValue(w, value);
   if (WtTypes_KindOf(value.widgetType) == WtTypes_kString) CWLabel_SetText(w, WtTypes_AsString(value));
+  else if (IconNames(AsLabel(w)).size() > 1) WtDraw_RedrawWidget(w);  // a lamp
 }
 
 void MyUnrealize(Widget w) {
   CWLabel l = AsLabel(w);
   WtDraw_ReleaseIcons(l->icon);
   WtDraw_ReleaseIcons(l->iconSel);
+  ReleaseLamp(l);
   Super()->Unrealize(w);
 }
 
@@ -169,6 +228,7 @@ void MyDestruct(void* instance) {
   CWLabel l = AsLabel(static_cast<Widget>(instance));
   WtDraw_ReleaseIcons(l->icon);
   WtDraw_ReleaseIcons(l->iconSel);
+  ReleaseLamp(l);
 }
 
 // Where the mnemonic stands in a line, regardless of case.
@@ -186,7 +246,10 @@ void CWLabel_MySetAttr(void* object, std::uint32_t id, const void* bytes, std::u
   if (!ok) return;
   auto* w = static_cast<Widget>(object);
   CWLabel l = AsLabel(w);
-  if (id == CWLabel_ICONAT) WtDraw_ReleaseIcons(l->icon);
+  if (id == CWLabel_ICONAT) {
+    WtDraw_ReleaseIcons(l->icon);
+    ReleaseLamp(l);
+  }
   if (id == iconSelectedAT) WtDraw_ReleaseIcons(l->iconSel);
   // A new text changes the label's size only when it is dynamic.
   const bool resizes = id == CWLabel_TEXTAT ? l->dynamicLabel
@@ -273,8 +336,11 @@ void CWLabel_DrawContent(Widget w, const Regions_Rect& area) {
   W_SetForeground(gc, color);
   int x = area.x + Offset(l->hAlign, area.width, c.width);
   const int bottom = area.y + Offset(l->vAlign, area.height, c.height);
-  if (c.icon != 0) {
-    WtDraw_DrawIcon(w->window, c.icon, x, bottom + (c.height - c.iconHeight) / 2);
+  if (c.IconRoom()) {
+    // Centred in the room kept for it (a lamp's icons may differ in size).
+    int width, height;
+    if (c.icon != 0 && W_GetPixmapGeometry(c.icon, width, height))
+      WtDraw_DrawIcon(w->window, c.icon, x + (c.iconWidth - width) / 2, bottom + (c.height - height) / 2);
     x += c.iconWidth + kIconGap;
   }
   const int blockHeight = c.lineHeight * static_cast<int>(c.lines.size());
@@ -282,7 +348,7 @@ void CWLabel_DrawContent(Widget w, const Regions_Rect& area) {
   bool underlined = false;
   for (const std::string& line : c.lines) {
     const int lineWidth = WtDraw_StringWidth(l->fontSize, l->fontFixed, line);
-    const int lineX = c.icon != 0 ? x : area.x + Offset(l->hAlign, area.width, lineWidth);
+    const int lineX = c.IconRoom() ? x : area.x + Offset(l->hAlign, area.width, lineWidth);
     const int baseline = lineTop - c.lineHeight + c.descent;
     W_DrawString(w->window, gc, lineX, baseline, line);
     const std::size_t at = ShortCutPlace(line, l->shortCut);

@@ -12,9 +12,17 @@
 // follows the text. While highlighted (pointer over it with "hover") the
 // background is lighter by "hoverBackgroundLighter" and the frame wider by
 // "hoverFrameWidthInc"; a pressed one is darker by "pressedBackgroundDarker".
+//
+// A lamp: "ICON" with several pixmap names (separated by blanks) shows the
+// one of its value, counted from 0 (FALSE is 0, TRUE 1; a value that is no
+// BOOLEAN, INTEGER or CARDINAL counts as 0); a value without a name shows
+// no icon. It keeps the room of its largest icon, so its size does not
+// change with the value. A single name shows whatever the value is.
 #pragma once
 
 #include "toolkit/CWCore.h"
+
+struct CWLabel_Lamp;
 
 struct CWLabel_Rec : CWCore_Rec {
   CAttribs_String TEXT, ICON, iconSelected;
@@ -26,6 +34,7 @@ struct CWLabel_Rec : CWCore_Rec {
   std::int32_t pressedBackgroundDarker, hoverBackgroundLighter, hoverFrameWidthInc;
   // State.
   W_Pixmap icon, iconSel;
+  CWLabel_Lamp* lamp;  // a lamp's icons, loaded; nil otherwise
   bool pressed;  // drawn pushed in
   bool focused;  // has the keyboard focus
 };

@@ -11,6 +11,7 @@
 #include "toolkit/WtBase.h"
 #include "toolkit/WtColors.h"
 #include "toolkit/WtCursor.h"
+#include "toolkit/WtGuiLog.h"
 #include "toolkit/WtWnds.h"
 
 Classes_ClassPtr CWShell_class = nullptr;
@@ -20,6 +21,7 @@ namespace {
 
 constexpr std::uint8_t kNotifyInferior = 2;
 constexpr std::uint8_t kNotifyPointer = 5;
+constexpr std::uint8_t kNotifyGrab = 1, kNotifyUngrab = 2;
 
 std::vector<CWShell> shells;  // every shell alive, for CWShell_AllResized
 bool protocolsEntered = false;
@@ -287,10 +289,7 @@ void MoveFocus(CWShell s, bool backward) {
 
 // --- Actions -------------------------------------------------------------------------------
 
-void ADelWnd(Widget w, W_Event&) {
-  CWShell s = AsShell(w);
-  if (s->closeCallback != nullptr) s->closeCallback(s, s->closeData);
-}
+void ADelWnd(Widget w, W_Event&) { CWShell_DeleteWindow(w); }
 
 void ATakeFocus(Widget w, W_Event& event) {
   std::uint32_t time;
@@ -333,8 +332,11 @@ void AConfigure(Widget w, W_Event& event) {
 void ASetNextFocus(Widget w, W_Event&) { MoveFocus(AsShell(w), false); }
 void ASetPrevFocus(Widget w, W_Event&) { MoveFocus(AsShell(w), true); }
 
+// Focus that came from another window; not the focus moving inside the
+// window, nor lent to a grab (a pull-down) and given back.
 bool FromOutside(const W_Event& event) {
-  return event.focus.detail != kNotifyInferior && event.focus.detail != kNotifyPointer;
+  return event.focus.detail != kNotifyInferior && event.focus.detail != kNotifyPointer &&
+         event.focus.mode != kNotifyGrab && event.focus.mode != kNotifyUngrab;
 }
 
 void AReceiveFocus(Widget w, W_Event& event) {
@@ -426,6 +428,7 @@ void MyInitClass(Classes_ClassPtr c, void* prototype) {
   CAttribs_DefAttr(c, "ignoreConfig", 0, &p->ignoreConfig);
   CAttribs_DefAttr(c, "applicationModal", 0, &p->applicationModal);
   CAttribs_DefAttr(c, "supportKeyConfirm", 0, &p->supportKeyConfirm);
+  CAttribs_DefAttr(c, "noGuiLog", 0, &p->noGuiLog);
   Strings_Assign("WMdefaul.pxm", p->ICON);
   p->closeCallback = DefaultDelWnd;
   p->hints = W_SizeHints{};
@@ -521,6 +524,12 @@ void CWShell_RemovePopdownCallback(Widget shell, CWShell_Proc proc, std::uintptr
 void CWShell_SetDelWndCallback(Widget shell, CWShell_CloseProc proc, std::uintptr_t data) {
   AsShell(shell)->closeCallback = proc != nullptr ? proc : DefaultDelWnd;
   AsShell(shell)->closeData = data;
+}
+
+void CWShell_DeleteWindow(Widget shell) {
+  CWShell s = AsShell(shell);
+  WtGuiLog_DeleteWindow(s);
+  if (s->closeCallback != nullptr) s->closeCallback(s, s->closeData);
 }
 
 void CWShell_SetAsMainApplicationWidget(Widget shell) { CWShell_mainApplicationWindow = shell; }

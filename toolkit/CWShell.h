@@ -49,6 +49,7 @@ struct CWShell_Rec : CWHVBox_Rec {
   char ICON[128];             // "ICON"
   bool iconic, transient, overrideRedirect, saveUnder, ignoreConfig, applicationModal, supportKeyConfirm,
       floating;
+  bool noGuiLog;              // "noGuiLog": nothing done in this window is logged (a login)
   W_SizeHints hints;
   W_Pixmap iconPixmap;
   std::uint8_t grabKind;  // 0 none, 1 exclusive, 2 with the transient shells
@@ -79,6 +80,9 @@ void CWShell_RemovePopupCallback(Widget shell, CWShell_Proc proc, std::uintptr_t
 void CWShell_RemovePopdownCallback(Widget shell, CWShell_Proc proc, std::uintptr_t data);
 // The close button's procedure; the default leaves the main loop.
 void CWShell_SetDelWndCallback(Widget shell, CWShell_CloseProc proc, std::uintptr_t data);
+// What the window manager's close button does: logs "DELETE_WINDOW" and
+// calls the close procedure.
+void CWShell_DeleteWindow(Widget shell);
 void CWShell_SetAsMainApplicationWidget(Widget shell);
 // Asks the window manager to maximize (or restore) the window.
 void CWShell_SetMaximized(Widget shell, bool state);

@@ -5,11 +5,15 @@
 #include <string>
 #include <vector>
 
+#include "base/Messages.h"
+#include "base/SPrintf.h"
 #include "toolkit/CObject.h"
 #include "toolkit/CWShell.h"
+#include "toolkit/CWSlider.h"
 #include "toolkit/WtColors.h"
 #include "toolkit/WtDraw.h"
 #include "toolkit/WtEvents.h"
+#include "toolkit/WtGuiLog.h"
 #include "toolkit/WtWnds.h"
 
 Classes_ClassPtr CWTable_class = nullptr;
@@ -32,14 +36,27 @@ struct CWTable_State {
 
 namespace {
 
+char section[kSectionCap] = "CWTable";
 std::uint32_t descrAT;
 
-constexpr int kScrollBar = 14;
+constexpr int kScrollBar = CWTable_scrollBarWidth;
 constexpr int kIconGap = 3;
 constexpr std::size_t kMaxRows = 10000000;  // a longer list is taken for a loop
 constexpr std::int32_t kHeader = -2, kNone = -1;
 const W_Color kShade{240, 240, 235};
 const W_Color kGrid{200, 200, 195};
+
+
+// The thumb of a bar, from the trough's bottom; the first row shown stands
+// at the top, so the offset counts from the other end.
+std::int64_t Span(const CWTable_ScrollBar& bar) {
+  return bar.count > bar.visible ? static_cast<std::int64_t>(bar.count - bar.visible) : 0;
+}
+CWSlider_Thumb Thumb(const CWTable_ScrollBar& bar) {
+  const std::int64_t span = Span(bar);
+  return CWSlider_ThumbPlace(bar.top - bar.bottom, span, static_cast<std::int64_t>(bar.visible),
+                             span - static_cast<std::int64_t>(bar.first));
+}
 
 CWTable AsTable(Widget w) { return static_cast<CWTable>(w); }
 CWCore_ClassRec* Super() { return static_cast<CWCore_ClassRec*>(CWGroup_class); }
@@ -284,20 +301,20 @@ void DrawHeader(CWTable t, W_GC gc) {
   }
 }
 
-void DrawScrollBar(CWTable t, W_GC gc) {
-  const CWTable_State& s = *t->state;
+// The scroll bar of the rows.
+CWTable_ScrollBar Bar(CWTable t) {
   const Area a = InnerArea(t);
-  const int troughHeight = a.rowsTop - a.bottom;
-  W_SetForeground(gc, WtColors_Darker(WtColors_defaultBackground, 24));
-  W_FillRectangle(t->window, gc, a.right, a.bottom, kScrollBar, a.top - a.bottom);
-  const std::size_t visible = VisibleRows(t);
-  if (s.rows.size() <= visible || troughHeight <= 4) return;
-  const int thumb = std::max(8, static_cast<int>(static_cast<long long>(troughHeight) * visible / s.rows.size()));
-  const int offset = static_cast<int>(static_cast<long long>(troughHeight - thumb) * s.top / (s.rows.size() - visible));
-  W_SetForeground(gc, WtColors_buttonColor);
-  W_FillRectangle(t->window, gc, a.right + 1, a.rowsTop - offset - thumb, kScrollBar - 2, thumb);
-  WtDraw_Draw3DFrame2(t->window, true, WtColors_buttonColor, 1, a.right + 1, a.rowsTop - offset - thumb,
-                      kScrollBar - 2, thumb);
+  return CWTable_ScrollBar{a.right, a.bottom, a.rowsTop, t->state->rows.size(), VisibleRows(t), t->state->top};
+}
+
+void DrawScrollBar(CWTable t, W_GC gc) {
+  const Area a = InnerArea(t);
+  // The strip beside the header is the trough's colour too.
+  if (a.top > a.rowsTop) {
+    W_SetForeground(gc, CWSlider_TroughColor());
+    W_FillRectangle(t->window, gc, a.right, a.rowsTop, kScrollBar, a.top - a.rowsTop);
+  }
+  CWTable_DrawScrollBar(t->window, Bar(t));
 }
 
 void MyExpose(Widget w, const Regions_Region* region, W_Event& event) {
@@ -382,19 +399,62 @@ void SortBy(CWTable t, int column) {
   Redraw(t);
 }
 
+// --- Reporting, and replaying what was reported ---------------------------------------------
+
+// The selection as the GUI log keeps it: "SELECT" and the key texts of the
+// selected rows in the order shown.
+std::string SelectCommand(CWTable t) {
+  std::string command = "SELECT";
+  const WtTableD_Column key = WtTableD_KeyColumn(Descr(t));
+  for (const WtTableD_Record* r : t->state->rows)
+    if (r->selected) command += " " + WtGuiLog_Word(WtTableD_CellText(key, r));
+  return command;
+}
+
+// The user's selection goes to the program (and to the log).
+void ReportSelection(CWTable t) {
+  if (WtTableD_KeyColumn(Descr(t)) != nullptr) WtGuiLog_Command(t, SelectCommand(t));
+  CWCore_CallCallback(t);
+}
+
+// A reason of a command that cannot be played: message `number` of "CWTable".
+void CommandFailed(unsigned number, const std::string& word = {}) {
+  TextStr why;
+  Messages_GetMsg(section, number, why);  // messages: CWTable 1-4
+  if (!word.empty()) SPrintf_String(why, word);
+  WtGuiLog_CommandFailed(why);
+}
+
+// "SELECT <key>...": the rows whose key column shows those texts ("*" all,
+// none no row) are selected and reported as a click would.
+void MyDoCommand(Widget w, StrIn command) {
+  CWTable t = AsTable(w);
+  CWTable_State& s = *t->state;
+  const WtTableD_Column key = WtTableD_KeyColumn(Descr(t));
+  std::vector<std::string> words;
+  if (!WtGuiLog_SplitWords(command, words) || words.empty() || words[0] != "SELECT") return CommandFailed(1);
+  if (key == nullptr || t->selectMode == 0) return CommandFailed(2);
+  const bool all = words.size() == 2 && words[1] == "*";
+  std::vector<bool> chosen(s.rows.size(), all);
+  for (std::size_t k = 1; k < words.size() && !all; ++k) {
+    bool found = false;
+    for (std::size_t i = 0; i < s.rows.size(); ++i)
+      if (WtTableD_CellText(key, s.rows[i]) == words[k]) chosen[i] = found = true;
+    if (!found) return CommandFailed(3, words[k]);
+  }
+  if (t->selectMode == 1 && std::count(chosen.begin(), chosen.end(), true) > 1) return CommandFailed(4);
+  for (std::size_t i = 0; i < s.rows.size(); ++i) s.rows[i]->selected = chosen[i];
+  if (const std::size_t first = FirstSelected(t, s.rows.size()); first < s.rows.size()) {
+    s.anchor = first;
+    ShowRow(t, first);
+  }
+  Redraw(t);
+  ReportSelection(t);
+}
+
 // --- Input -------------------------------------------------------------------------------
 
 bool InScrollBar(CWTable t, int x) { return x >= InnerArea(t).right; }
-
-void ThumbPlace(CWTable t, int& top, int& thumb) {
-  const CWTable_State& s = *t->state;
-  const Area a = InnerArea(t);
-  const int trough = a.rowsTop - a.bottom;
-  const std::size_t visible = VisibleRows(t);
-  thumb = std::max(8, static_cast<int>(static_cast<long long>(trough) * visible / std::max<std::size_t>(s.rows.size(), 1)));
-  const std::size_t range = s.rows.size() > visible ? s.rows.size() - visible : 1;
-  top = a.rowsTop - static_cast<int>(static_cast<long long>(trough - thumb) * s.top / range);
-}
 
 void APress(Widget w, W_Event& event) {
   CWTable t = AsTable(w);
@@ -403,12 +463,10 @@ void APress(Widget w, W_Event& event) {
   s.changedOnPress = s.pressedOnRow = false;
   const int x = event.input.x, y = event.input.y;
   if (InScrollBar(t, x)) {
-    int top, thumb;
-    ThumbPlace(t, top, thumb);
-    const std::size_t page = VisibleRows(t);
-    if (y > top) ScrollTo(t, s.top > page ? s.top - page : 0);
-    else if (y < top - thumb) ScrollTo(t, s.top + page);
-    else s.dragging = true, s.dragOffset = top - y;
+    bool drag = false;
+    const std::size_t first = CWTable_ScrollBarPress(Bar(t), y, drag, s.dragOffset);
+    if (drag) s.dragging = true;
+    else ScrollTo(t, first);
     return;
   }
   const std::int32_t row = RowAt(t, y);
@@ -423,23 +481,16 @@ void APress(Widget w, W_Event& event) {
 
 void ADrag(Widget w, W_Event& event) {
   CWTable t = AsTable(w);
-  CWTable_State& s = *t->state;
-  if (!s.dragging) return;
-  const Area a = InnerArea(t);
-  int top, thumb;
-  ThumbPlace(t, top, thumb);
-  const int trough = a.rowsTop - a.bottom - thumb;
-  const std::size_t visible = VisibleRows(t);
-  if (trough <= 0 || s.rows.size() <= visible) return;
-  const int moved = std::clamp(a.rowsTop - (event.input.y + s.dragOffset), 0, trough);
-  ScrollTo(t, static_cast<std::size_t>(static_cast<long long>(moved) * (s.rows.size() - visible) / trough));
+  std::size_t first;
+  if (t->state->dragging && CWTable_ScrollBarDrag(Bar(t), event.input.y, t->state->dragOffset, first))
+    ScrollTo(t, first);
 }
 
 void ARelease(Widget w, W_Event&) {
   CWTable t = AsTable(w);
   CWTable_State& s = *t->state;
   s.dragging = false;
-  if (s.pressedOnRow && (s.changedOnPress || WtEvents_doubleClickFlag)) CWCore_CallCallback(w);
+  if (s.pressedOnRow && (s.changedOnPress || WtEvents_doubleClickFlag)) ReportSelection(t);
   s.pressedOnRow = s.changedOnPress = false;
 }
 
@@ -469,7 +520,7 @@ void AKey(Widget w, W_Event& event) {
     default: return WTranslt_ReturnEvent(w, event);
   }
   ShowRow(t, row);
-  if (Select(t, row, 0)) CWCore_CallCallback(w);
+  if (Select(t, row, 0)) ReportSelection(t);
 }
 
 bool MyAcceptFocus(Widget w, bool) {
@@ -560,6 +611,7 @@ void MyInitClass(Classes_ClassPtr c, void* prototype) {
   cls->Unrealize = MyUnrealize;
   cls->AcceptFocus = MyAcceptFocus;
   cls->ReleaseFocus = MyReleaseFocus;
+  cls->DoCommand = MyDoCommand;
   cls->gadget = false;
   cls->compressExposure = true;
   WTranslt_EnterTranslation(cls->translationTable, "<Btn1Down>", APress);
@@ -644,5 +696,34 @@ bool CWTable_RowPlace(Widget table, std::size_t row, Regions_Rect& place) {
   const Area a = InnerArea(t);
   const int height = RowHeight(t);
   place = Regions_Rect{a.left, a.rowsTop - static_cast<int>(row - top + 1) * height, a.right - a.left, height};
+  return true;
+}
+
+// --- The scroll bar ------------------------------------------------------------------------
+
+void CWTable_DrawScrollBar(W_Window window, const CWTable_ScrollBar& bar) {
+  // All rows in view: no thumb.
+  const CWSlider_Thumb thumb = Span(bar) > 0 ? Thumb(bar) : CWSlider_Thumb{};
+  CWSlider_DrawTrough(window, Regions_Rect{bar.x, bar.bottom, kScrollBar, bar.top - bar.bottom}, true, false, thumb,
+                      false);
+}
+
+std::size_t CWTable_ScrollBarPress(const CWTable_ScrollBar& bar, int y, bool& dragging, int& dragOffset) {
+  const CWSlider_Thumb thumb = Thumb(bar);
+  const int top = bar.bottom + thumb.start + thumb.length;
+  dragging = false;
+  if (y >= top) return bar.first > bar.visible ? bar.first - bar.visible : 0;
+  if (y < bar.bottom + thumb.start) return bar.first + bar.visible;
+  dragging = true;
+  dragOffset = top - y;
+  return bar.first;
+}
+
+bool CWTable_ScrollBarDrag(const CWTable_ScrollBar& bar, int y, int dragOffset, std::size_t& first) {
+  const CWSlider_Thumb thumb = Thumb(bar);
+  const std::int64_t span = Span(bar);
+  if (span <= 0 || thumb.length >= bar.top - bar.bottom) return false;
+  const int start = y + dragOffset - thumb.length - bar.bottom;
+  first = static_cast<std::size_t>(span - CWSlider_OffsetAt(bar.top - bar.bottom, thumb.length, span, start));
   return true;
 }

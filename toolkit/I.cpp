@@ -12,6 +12,7 @@
 #include "toolkit/CWLabel.h"
 #include "toolkit/CWShell.h"
 #include "toolkit/Ibase.h"
+#include "toolkit/IReplay.h"
 #include "toolkit/IdlgCat.h"
 #include "toolkit/Wt.h"
 #include "toolkit/WtBase.h"
@@ -169,6 +170,7 @@ void I_Init() {
   // Without the base dialogs the program still runs; message boxes fall
   // back to standard error.
   Messages_Quietly([] { return IdlgCat_UseCatalog("marldlg"); });
+  IReplay_Init();
 }
 
 // --- Contexts ---------------------------------------------------------------------------

@@ -1,8 +1,8 @@
 // The loop of the dialog layer and its work between events.
 //
 // A round (I_SingleEventLoopIteration): with no event waiting, a due task
-// runs, else the first idle task, else the round waits for an event up to
-// the time of the next task. With an event waiting, it is dispatched (a
+// runs, else a due line of the GUI replay, else the first idle task, else
+// the round waits for an event up to the time of the next task or line. With an event waiting, it is dispatched (a
 // key or button puts up the wait cursor until the next round). Deferred
 // actions end every round.
 //
@@ -10,6 +10,7 @@
 // of scheduling) -> running (taken out; I_RescheduleTask puts the same
 // record back with its number) -> gone. Tasks never nest: while one runs,
 // nested loops dispatch events but run no tasks.
+#include <algorithm>
 #include <climits>
 #include <deque>
 #include <list>
@@ -17,6 +18,7 @@
 
 #include "base/Processe.h"
 #include "toolkit/I.h"
+#include "toolkit/IReplay.h"
 #include "toolkit/Ibase.h"
 #include "toolkit/WtCursor.h"
 #include "toolkit/WtEvents.h"
@@ -225,12 +227,23 @@ void I_Yield() {
 
 void I_SingleEventLoopIteration() {
   WtCursor_RestoreCursors();
-  if (!WtEvents_Pending() && (!idleTasks.empty() || !tasks.empty()) && !duringTask) {
-    const std::int64_t wait = I_TimeTillNextTask();
-    if (wait == 0) {
+  const bool replaying = IReplay_Running();
+  if (!WtEvents_Pending() && (!idleTasks.empty() || !tasks.empty() || replaying) && !duringTask) {
+    // A replayed line is user input: it waits for the events of the line
+    // before and for due tasks, and beats idle work.
+    const std::int64_t task = I_TimeTillNextTask();
+    const std::int64_t line = IReplay_TimeTillNext();
+    if (task == 0) {
       ExecuteScheduledTask(I_GetSysTimeStamp());
-    } else if (!RunIdleTask() && wait >= 1 && !W_WaitForEvents(static_cast<int>(wait))) {
-      ExecuteScheduledTask(I_GetSysTimeStamp());
+      IReplay_Check();
+    } else if (line == 0) {
+      IReplay_Check();
+    } else if (!RunIdleTask()) {
+      const std::int64_t wait = task < 0 ? line : line < 0 ? task : std::min(task, line);
+      if (wait >= 1 && !W_WaitForEvents(static_cast<int>(wait))) {
+        ExecuteScheduledTask(I_GetSysTimeStamp());
+        IReplay_Check();
+      }
     }
     WtEvents_ExecuteDeferredActions();
     return;

@@ -8,8 +8,10 @@
 #include "base/SIdPool.h"
 #include "rc/SrcFile.h"
 #include "toolkit/CObject.h"
+#include "toolkit/CWCascad.h"
 #include "toolkit/CWDraw.h"
 #include "toolkit/CWShell.h"
+#include "toolkit/IReplay.h"
 #include "toolkit/Iplaces.h"
 #include "toolkit/Wt.h"
 
@@ -237,7 +239,10 @@ bool MakeRObj(I_Context c, const IdlgCat_RObjDef& r, Widget parent, Widget& made
     }
   } else {
     Classes_ClassPtr cls = Messages_Quietly([&] { return Classes_GetClassByKeyword(SIdPool_IdText(r.keyword)); });
-    made = Wt_CreateWidget(parent, cls != nullptr ? cls : CWDraw_class, attrs);
+    // The children of a menu are its items: they live in its pull-down.
+    const bool item = CWCascad_IsCascade(parent);
+    made = Wt_CreateWidget(item ? nullptr : parent, cls != nullptr ? cls : CWDraw_class, attrs);
+    if (made != nullptr && item) CWCascad_AddChild(parent, made);
     if (made != nullptr && parent == nullptr && CWShell_IsShellWidget(made))
       CWShell_SetConfigProcs(made, SIdPool_IdText(c->def->name), Iplaces_GetConfig, Iplaces_SetConfig);
   }
@@ -385,8 +390,10 @@ void Ibase_Callback(Ibase_Source source, Ibase_AObj* a, const WidgetValue& value
     if (b.composite != nullptr && b.composite != source.composite) Ibase_Uput(b.composite, a->value);
     if (b.widget != nullptr && b.widget != source.widget) CWCore_SetValue(b.widget, a->value);
   }
-  // 5. The application hears of the user's changes only.
-  if (!a->hasCallback || (source.widget == nullptr && source.composite == nullptr)) return;
+  // 4. The user's changes go to the GUI log, 5. and to the application.
+  if (source.widget == nullptr && source.composite == nullptr) return;
+  IReplay_LogValue(a);
+  if (!a->hasCallback) return;
   I_Context c = a->context;
   const std::int32_t number = a->def->number;
   const std::uintptr_t data = a->callbackData;

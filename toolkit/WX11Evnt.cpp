@@ -99,12 +99,15 @@ void FillClient(W_Event& e, const XClientMessageEvent& c) {
   }
 }
 
-bool Acceptable(Display* d, XEvent& x, W_Event& event) {
+// `taken`: the event was taken from the queue (not only peeked at); only
+// then is the event at the head of the queue its successor, and a motion
+// with a motion behind it is passed over.
+bool Acceptable(Display* d, XEvent& x, W_Event& event, bool taken) {
   if (x.type == MappingNotify) {
     XRefreshKeyboardMapping(&x.xmapping);
     return false;
   }
-  if (x.type == MotionNotify && XEventsQueued(d, QueuedAlready) > 0) {
+  if (taken && x.type == MotionNotify && XEventsQueued(d, QueuedAlready) > 0) {
     XEvent next;
     XPeekEvent(d, &next);
     if (next.type == MotionNotify) return false;
@@ -416,7 +419,7 @@ bool WX11Evnt_NextEvent(W_Event& event) {
   for (;;) {
     XEvent x;
     XNextEvent(d, &x);
-    if (Acceptable(d, x, event)) return true;
+    if (Acceptable(d, x, event, true)) return true;
   }
 }
 
@@ -487,7 +490,7 @@ bool WX11Evnt_PeekEvent(W_Event& event) {
   for (;;) {
     XEvent x;
     XPeekEvent(d, &x);
-    if (Acceptable(d, x, event)) return true;
+    if (Acceptable(d, x, event, false)) return true;
     XNextEvent(d, &x);  // throw the unwanted one away
   }
 }
@@ -499,7 +502,7 @@ int WX11Evnt_Pending() {
     XEvent x;
     W_Event event;
     XPeekEvent(d, &x);
-    if (Acceptable(d, x, event)) return XEventsQueued(d, QueuedAlready);
+    if (Acceptable(d, x, event, false)) return XEventsQueued(d, QueuedAlready);
     XNextEvent(d, &x);
   }
   return 0;

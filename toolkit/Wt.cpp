@@ -2,6 +2,8 @@
 
 #include "base/Messages.h"
 #include "base/SPrintf.h"
+#include "toolkit/CWABox.h"
+#include "toolkit/CWCascad.h"
 #include "toolkit/CWDraw.h"
 #include "toolkit/CWFrame.h"
 #include "toolkit/CWGlue.h"
@@ -9,8 +11,10 @@
 #include "toolkit/CWHVBox.h"
 #include "toolkit/CWIOFld.h"
 #include "toolkit/CWLabel.h"
+#include "toolkit/CWList.h"
 #include "toolkit/CWPush.h"
 #include "toolkit/CWShell.h"
+#include "toolkit/CWSlider.h"
 #include "toolkit/CWTable.h"
 #include "toolkit/CWTextIO.h"
 #include "toolkit/CWToggle.h"
@@ -35,6 +39,10 @@ void Wt_Initialize() {
   CWTextIO_CreateClass();
   CWIOFld_CreateClass();
   CWTable_CreateClass();
+  CWCascad_CreateClass();
+  CWList_CreateClass();
+  CWSlider_CreateClass();
+  CWABox_CreateClass();
 }
 
 Widget Wt_CreateWidget(Widget parent, Classes_ClassPtr cls, SAttribs attrList) {

@@ -165,6 +165,9 @@ void HandleEvent(Widget widget, W_Event& event) {
       return;
     }
     if (event.kind == W_ButtonPress) {
+      // A release that never came (its window went first) swallows no
+      // later one.
+      buttonSwallowMask &= ~bit;
       lastButtonMask |= bit;
       lastButtonWidget = widget;
     } else {

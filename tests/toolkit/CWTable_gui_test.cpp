@@ -82,19 +82,7 @@ class TableTest : public ::testing::Test {
     ASSERT_TRUE(CWTable_RowPlace(w_, row, place));
     ClickAt(place.x + place.width / 2, place.y + place.height / 2, modifier);
   }
-  void ClickAt(int x, int y, unsigned long modifier = 0, unsigned button = 1) {
-    Display* d = user_.display();
-    int rx, ry;
-    Window child;
-    XTranslateCoordinates(d, w_->window, DefaultRootWindow(d), x, w_->height - 1 - y, &rx, &ry, &child);
-    XTestFakeMotionEvent(d, -1, rx, ry, 0);
-    const KeyCode mod = modifier != 0 ? XKeysymToKeycode(d, modifier) : 0;
-    if (mod != 0) XTestFakeKeyEvent(d, mod, True, 0);
-    XTestFakeButtonEvent(d, button, True, 0);
-    XTestFakeButtonEvent(d, button, False, 0);
-    if (mod != 0) XTestFakeKeyEvent(d, mod, False, 0);
-    XFlush(d);
-  }
+  void ClickAt(int x, int y, unsigned long modifier = 0, int button = 1) { user_.ClickAt(w_, x, y, modifier, button); }
   std::string Selected() {
     std::string names;
     for (const Row& r : rows_)
@@ -124,14 +112,7 @@ TEST_F(TableTest, ClicksSelectAndReportTheList) {
   // The selected row is drawn in the selection's colour.
   Regions_Rect place;
   ASSERT_TRUE(CWTable_RowPlace(w_, 3, place));
-  auto pixel = [&] {
-    XImage* image = XGetImage(user_.display(), w_->window, place.x + 1, w_->height - place.y - place.height, 1, 1,
-                              AllPlanes, ZPixmap);
-    const unsigned long p = XGetPixel(image, 0, 0) & 0xFFFFFF;
-    XDestroyImage(image);
-    return p;
-  };
-  EXPECT_TRUE(Pump([&] { return pixel() == 0x404040u; }));
+  EXPECT_TRUE(Pump([&] { return user_.Pixel(w_, place.x + 1, place.y + place.height - 1) == 0x404040u; }));
   // A second click on the same row soon after: a double click, reported.
   ClickRow(2);
   ClickRow(2);

@@ -1,12 +1,13 @@
 #include "tests/toolkit/XUser.h"
 
-#include <cctype>
 #include <chrono>
 
 #include "toolkit/CWCore.h"
 #include "toolkit/WtEvents.h"
 // Xlib last: its macros (Expose, None) would hide names of the headers above.
 #include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <X11/XKBlib.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 
@@ -16,22 +17,65 @@ XUser::~XUser() {
   if (display_ != nullptr) XCloseDisplay(display_);
 }
 
-void XUser::PointAt(Widget w) {
-  int x, y;
+namespace {
+
+// The server's row of height y in a window.
+int Row(Display* d, Window window, int y) {
+  XWindowAttributes a;
+  XGetWindowAttributes(d, window, &a);
+  return a.height - 1 - y;
+}
+
+void ProgramDone() { W_Sync(false); }
+
+}  // namespace
+
+void XUser::MoveTo(Widget w, int x, int y) {
+  ProgramDone();
+  int rx, ry;
   Window child;
-  XTranslateCoordinates(display_, w->window, DefaultRootWindow(display_), w->width / 2, w->height / 2, &x, &y,
+  XTranslateCoordinates(display_, w->window, DefaultRootWindow(display_), x, Row(display_, w->window, y), &rx, &ry,
                         &child);
-  XTestFakeMotionEvent(display_, -1, x, y, 0);
+  XTestFakeMotionEvent(display_, -1, rx, ry, 0);
+  XFlush(display_);
+}
+
+void XUser::PointAt(Widget w) {
+  // A gadget lies at its place in the window it draws in.
+  MoveTo(w, (w->gadget ? w->x : 0) + w->width / 2, (w->gadget ? w->y : 0) + w->height / 2);
+}
+
+void XUser::Button(int button, bool down) {
+  XTestFakeButtonEvent(display_, static_cast<unsigned>(button), down ? True : False, 0);
+  XFlush(display_);
+}
+
+void XUser::ClickAt(Widget w, int x, int y, unsigned long modifier, int button) {
+  MoveTo(w, x, y);
+  const KeyCode mod = modifier != 0 ? XKeysymToKeycode(display_, modifier) : 0;
+  if (mod != 0) XTestFakeKeyEvent(display_, mod, True, 0);
+  Button(button, true);
+  Button(button, false);
+  if (mod != 0) XTestFakeKeyEvent(display_, mod, False, 0);
+  XFlush(display_);
 }
 
 void XUser::Click(Widget w, int button) {
   PointAt(w);
-  XTestFakeButtonEvent(display_, static_cast<unsigned>(button), True, 0);
-  XTestFakeButtonEvent(display_, static_cast<unsigned>(button), False, 0);
-  XFlush(display_);
+  Button(button, true);
+  Button(button, false);
+}
+
+unsigned long XUser::Pixel(Widget w, int x, int y) {
+  ProgramDone();
+  XImage* image = XGetImage(display_, w->window, x, Row(display_, w->window, y), 1, 1, AllPlanes, ZPixmap);
+  const unsigned long p = XGetPixel(image, 0, 0) & 0xFFFFFF;
+  XDestroyImage(image);
+  return p;
 }
 
 void XUser::Press(unsigned long keysym, unsigned long modifier) {
+  ProgramDone();
   const KeyCode mod = modifier != 0 ? XKeysymToKeycode(display_, modifier) : 0;
   const KeyCode key = XKeysymToKeycode(display_, keysym);
   if (mod != 0) XTestFakeKeyEvent(display_, mod, True, 0);
@@ -42,7 +86,12 @@ void XUser::Press(unsigned long keysym, unsigned long modifier) {
 }
 
 void XUser::Type(const std::string& text) {
-  for (const char c : text) Press(static_cast<KeySym>(c), std::isupper(c) ? XK_Shift_L : 0);
+  for (const char c : text) {
+    // Shift where the key's plain symbol is another one ('"' on the key of '\'').
+    const KeySym symbol = static_cast<unsigned char>(c);
+    const KeyCode key = XKeysymToKeycode(display_, symbol);
+    Press(symbol, XkbKeycodeToKeysym(display_, key, 0, 0) != symbol ? XK_Shift_L : 0);
+  }
 }
 
 bool Pump(const std::function<bool()>& done) {

@@ -17,13 +17,24 @@ class XUser {
   XUser(const XUser&) = delete;
   XUser& operator=(const XUser&) = delete;
 
+  // Every action waits first until the server has done what the program
+  // under test asked for, as a user reacts to what is on the screen.
+  // Places are in the window a widget draws in, y upward from its lower
+  // left corner, as the toolkit counts.
   _XDisplay* display() const { return display_; }
+  void MoveTo(Widget w, int x, int y);
+  // The middle of the widget.
   void PointAt(Widget w);
+  // A click at a place, with a modifier key's keysym held (0: none).
+  void ClickAt(Widget w, int x, int y, unsigned long modifier = 0, int button = 1);
   void Click(Widget w, int button = 1);
+  void Button(int button, bool down);
   // A key by its keysym, with a modifier key's keysym held (0: none).
   void Press(unsigned long keysym, unsigned long modifier = 0);
-  // Characters as keys (capitals with Shift).
+  // Characters as keys (with Shift where the key needs it).
   void Type(const std::string& text);
+  // What the screen shows at a place: 0xRRGGBB.
+  unsigned long Pixel(Widget w, int x, int y);
 
  private:
   _XDisplay* display_;
