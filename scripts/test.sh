@@ -13,6 +13,6 @@ scripts/build.sh build
 
 scripts/build.sh build-asan -DFLOATDECK_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug
 (cd build-asan && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
-  ctest --output-on-failure -j "$jobs") || status=1
+  LSAN_OPTIONS=suppressions=$PWD/../tests/lsan.supp:print_suppressions=0 ctest --output-on-failure -j "$jobs") || status=1
 
 exit $status

@@ -24,6 +24,7 @@ constexpr std::uint8_t kNotifyPointer = 5;
 constexpr std::uint8_t kNotifyGrab = 1, kNotifyUngrab = 2;
 
 std::vector<CWShell> shells;  // every shell alive, for CWShell_AllResized
+std::uint32_t titleAT, iconNameAT;
 bool protocolsEntered = false;
 
 CWShell AsShell(Widget w) { return static_cast<CWShell>(w); }
@@ -390,10 +391,25 @@ void EnterProtocols() {
   WTranslt_EnterTranslation(cls->translationTable, "<Message> WM_TAKE_FOCUS", ATakeFocus);
 }
 
+// A new title or icon name of a shown window goes to the window manager
+// at once (a main window's title follows what it shows).
+void MySetAttr(void* object, std::uint32_t id, const void* bytes, std::uint32_t size, bool& ok) {
+  Super()->SetAttr(object, id, bytes, size, ok);
+  CWShell s = AsShell(static_cast<Widget>(object));
+  if (!ok || !s->realized || s->parent != nullptr || s->overrideRedirect) return;
+  if (id != titleAT && id != iconNameAT) return;
+  char title[128], iconName[128];
+  ExpandTitleEscapes(s->title, title);
+  ExpandTitleEscapes(s->iconName[0] != '\0' ? s->iconName : s->title, iconName);
+  W_SetTextProperty(s->outerWindow, StrIn(title), Atom("WM_NAME"));
+  W_SetTextProperty(s->outerWindow, StrIn(iconName), Atom("WM_ICON_NAME"));
+}
+
 void MyInitClass(Classes_ClassPtr c, void* prototype) {
   auto* cls = static_cast<CWGroup_ClassRec*>(c);
   auto* p = static_cast<CWShell_Rec*>(prototype);
   cls->Realize = MyRealize;
+  cls->SetAttr = MySetAttr;
   cls->Unrealize = MyUnrealize;
   cls->UpdateWindowAttrs = MyUpdateWindowAttrs;
   cls->AdjustWindowBounds = MyAdjustWindowBounds;
@@ -418,8 +434,8 @@ void MyInitClass(Classes_ClassPtr c, void* prototype) {
   WTranslt_EnterTranslation(t, "<Unmap>", AUnmap);
   CAttribs_DefAttr(c, "screen", 0, &p->screen);
   CAttribs_DefAttr(c, "ICON", 127, &p->ICON);
-  CAttribs_DefAttr(c, "iconName", 127, &p->iconName);
-  CAttribs_DefAttr(c, "title", 127, &p->title);
+  iconNameAT = CAttribs_DefAttr(c, "iconName", 127, &p->iconName);
+  titleAT = CAttribs_DefAttr(c, "title", 127, &p->title);
   CAttribs_DefAttr(c, "iconic", 0, &p->iconic);
   CAttribs_DefAttr(c, "transient", 0, &p->transient);
   CAttribs_DefAttr(c, "floating", 0, &p->floating);

@@ -230,3 +230,7 @@ void I_MainLoop();
 std::int64_t I_TimeTillNextTask();
 // The scheduler's clock: a monotonic stamp; only differences count.
 SDateAri_Stamp I_GetSysTimeStamp();
+// Gives the scheduler a clock of its own (tests run timed tasks without
+// waiting); nullptr goes back to the system's.
+using I_ClockProc = SDateAri_Stamp (*)();
+void I_SetClock(I_ClockProc clock);
