@@ -17,10 +17,13 @@
 #include "distribution/WFsync.h"
 #include "image/SIqif.h"
 #include "image/SItiff.h"
+#include "manager/FloatdeckWin.h"
+#include "manager/WFstatus.h"
 #include "jobqueue/CCjobClass.h"
 #include "rc/SrcFile.h"
 #include "toolkit/I.h"
 #include "toolkit/Imisc.h"
+#include "toolkit/WtBase.h"
 #include "workflow/WFbase.h"
 #include "workflow/WFdebug.h"
 #include "workflow/WFfolder.h"
@@ -43,41 +46,13 @@ char section[kSectionCap] = "Floatdeck";
 
 constexpr unsigned kUsageFirst = 50;
 constexpr unsigned kUsageLast = 57;
-constexpr unsigned kModeNotAvailable = 90;
 constexpr unsigned kNotPacked = 21;      // with the workflow
 constexpr unsigned kAllPacked = 22;
 constexpr unsigned kPacked = 23;         // with the workflow and the archive
-constexpr unsigned kPacking = 24;        // with the workflow, its number and how many
+constexpr unsigned kPacking = 58;        // with the workflow, its number and how many
 constexpr char kAll[] = "all";
 // At most this much of an option is looked at.
 constexpr std::size_t kOptionChars = 255;
-
-// Starts every module, imports first; each initialiser runs once.
-void InitModules() {
-  Processe_Init();
-  Messages_Init();
-  Catalog_Init();
-  DirAcces_Init();
-  SrcFile_Init();  // the "[global]" settings are there before anything else reads them
-  SIqif_Init();    // the image drivers, before the format lists are asked for
-  SItiff_Init();
-  WFbase_Init();
-  RWbase_Init();  // the remote watch joins every install and removal
-  WFgroup_Init();  // workflows are listed by group from now on
-  WFbackup_Init();
-  WFsync_Init();
-  WFdebug_Init();
-  WFfolder_RegisterExecuteOnProc(CCjobClass_ExecuteOn);
-}
-
-// Tells the operator that `option`'s mode is not part of this build and
-// leaves the exit status at failure.
-bool ModeNotAvailable(StrIn option) {
-  Messages_GetMessage(section, kModeNotAvailable);
-  SPrintf_String(Messages_message, option);
-  std::fprintf(stderr, "%s\n", Messages_message);
-  return false;
-}
 
 // Rebuilds the workflow from disk, repairing nothing, and writes it to
 // standard error; a failure gives the reasons instead.
@@ -94,6 +69,38 @@ bool DumpWorkflow(StrIn name) {
   return true;
 }
 
+// Whether the windows have a display; if not, the toolkit's reasons (with
+// DISPLAY's value) go to standard error.
+bool DisplayUsable() {
+  Messages_IgnoreErrors(true);
+  const bool open = WtBase_AssertDisplayOpen();
+  Messages_IgnoreErrors(false);
+  if (open) return true;
+  TextStr reason;
+  while (Messages_ErrorReason(reason)) std::fprintf(stderr, "%s\n", StrIn(reason).Str().c_str());
+  Messages_ForgetErrorReasons();
+  return false;
+}
+
+// The main window until it is closed: by its Quit command, the window
+// manager or SIGTERM. "-U" has no unit selector to set.
+bool RunInteractive() {
+  WFbase_SetFeedback(true);
+  if (!DisplayUsable() || !Floatdeck_Init(Floatdeck_wfName)) return false;
+  Processe_SetExitStatus(0);
+  Floatdeck_UpdateListGroup();
+  I_Activate(Floatdeck_data->main);
+  Floatdeck_UpdateDemonState();
+  Floatdeck_StartIdleTasks(3000);
+  for (;;) {
+    I_MainLoop();
+    if (Floatdeck_CloseApplication()) break;
+    I_Activate(Floatdeck_data->main);
+  }
+  Floatdeck_Destroy();
+  return true;
+}
+
 bool RunMode(std::uint8_t mode) {
   switch (mode) {
     case Floatdeck_Dump: return DumpWorkflow(Floatdeck_wfName);
@@ -104,7 +111,7 @@ bool RunMode(std::uint8_t mode) {
       WFbase_SetFeedback(false);
       return WFbackup_UnpackWorkflow(Floatdeck_wfName);
     case Floatdeck_Slave: return Floatdeck_SyncSlave(Floatdeck_masterInfo);
-    default: return ModeNotAvailable("-s");
+    default: return RunInteractive();
   }
 }
 
@@ -113,7 +120,7 @@ bool RunMode(std::uint8_t mode) {
 void Floatdeck_Main(int argc, const char* const* argv) {
   // 1. Modules, imports first.
   Argument_Init(argc, argv);
-  InitModules();
+  Floatdeck_InitModules();
   // 2. The program's own catalogs are searched first from now on.
   Messages_UseMsgCat("FLOATDECKmsg");
   I_UseContextCat("FLOATDECKdlg");
@@ -140,6 +147,24 @@ void Floatdeck_Main(int argc, const char* const* argv) {
   }
   Processe_Exit();
   std::exit(Processe_GetExitStatus());
+}
+
+void Floatdeck_InitModules() {
+  Processe_Init();
+  Messages_Init();
+  Catalog_Init();
+  DirAcces_Init();
+  SrcFile_Init();  // the "[global]" settings are there before anything else reads them
+  SIqif_Init();    // the image drivers, before the format lists are asked for
+  SItiff_Init();
+  WFbase_Init();
+  RWbase_Init();  // the remote watch joins every install and removal
+  WFgroup_Init();  // workflows are listed by group from now on
+  WFbackup_Init();
+  WFsync_Init();
+  WFdebug_Init();
+  WFfolder_RegisterExecuteOnProc(CCjobClass_ExecuteOn);
+  WFstatus_Init();
 }
 
 bool Floatdeck_GetParams(std::uint8_t& mode, StrOut wfName, StrOut archiveDir, StrOut masterInfo) {
@@ -193,7 +218,7 @@ void Floatdeck_DisplayUsage() {
 }
 
 void Floatdeck_PackWorkflow_Message(unsigned number, StrIn first, StrIn second, bool interactive) {
-  // messages: Floatdeck 21-24
+  // messages: Floatdeck 21-23 58
   TextStr text;
   Messages_GetMsg(section, number, text);
   if (!first.Empty()) SPrintf_String(text, first);

@@ -34,6 +34,9 @@ extern bool Floatdeck_privilegedUser;
 extern TVWbase_DemonInfo Floatdeck_selfInfo;
 extern TVWbase_DemonInfo Floatdeck_demonInfo;
 
+// Starts every module the program uses, imports first; each initialiser
+// runs once.
+void Floatdeck_InitModules();
 // The whole program: start-up, one mode, Processe_Exit. Never returns.
 [[noreturn]] void Floatdeck_Main(int argc, const char* const* argv);
 

@@ -7,6 +7,12 @@
 # that its rename scheme does not fit lands in its error directory. The
 # services are stopped at the end, also when the demo is interrupted or fails
 # (scripts/demo-stop.sh stops them should they be left running).
+#
+# The workflow manager shows the sample while the files pass: on the display
+# when DISPLAY is set (closing its window ends the demo), otherwise on a
+# private X server, where a picture of it is taken (sandbox/floatdeck.png,
+# or the file named by DEMO_SCREENSHOT, which also takes it when a display
+# is there: DEMO_SCREENSHOT=docs/floatdeck.png scripts/demo.sh).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
@@ -38,7 +44,14 @@ await() {
 }
 export TV_RMSERVER_PORT=$(free_port) TV_CCSERVER_PORT=$(free_port) TV_CCWORKER_PORT=$(free_port)
 
-trap 'scripts/demo-stop.sh "$MARLDAT"' EXIT
+manager=""
+xserver=""
+stop_all() {
+  if [ -n "$manager" ]; then kill "$manager" 2>/dev/null; wait "$manager" 2>/dev/null || true; fi
+  if [ -n "$xserver" ]; then kill "$xserver" 2>/dev/null; wait "$xserver" 2>/dev/null || true; fi
+  scripts/demo-stop.sh "$MARLDAT"
+}
+trap stop_all EXIT
 trap 'exit 130' INT TERM
 
 start_service() {
@@ -65,6 +78,26 @@ find "$TV_PROJECTS" -name .TVWatchD_omit -delete
 echo "== Floatdeck -i sample"
 build/bin/Floatdeck -i sample || echo "(exit status $?)"
 
+# The manager, on the display or on a private one.
+shot="${DEMO_SCREENSHOT:-}"
+if [ -z "${DISPLAY:-}" ] || [ -n "$shot" ]; then
+  shot="${shot:-$sandbox/floatdeck.png}"
+  Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$TMP/display" 2>"$TMP/xvfb.log" &
+  xserver=$!
+  await 30 test -s "$TMP/display" || { echo "Xvfb did not come up: $TMP/xvfb.log" >&2; exit 1; }
+  manager_display=":$(tr -d '\n' <"$TMP/display")"
+else
+  manager_display="$DISPLAY"
+fi
+echo "== Floatdeck sample (the workflow manager, on display $manager_display)"
+DISPLAY=$manager_display HOME="$sandbox" build/bin/Floatdeck sample 2>"$MARLDAT/Floatdeck.log" &
+manager=$!
+
+# The filter is stopped at first, so that the files pile up in it (its frame
+# red, with the stop mark) until it is started.
+filter=$(find "$TV_PROJECTS/autofolder/autoswitch" -mindepth 1 -maxdepth 1 -name 'flow_sample_*' | head -n 1)
+touch "$filter/.TVWatchD_omit"
+
 start="$TV_PROJECTS/workflow/sample"
 files=()
 for job in job01 job02 job03; do
@@ -75,6 +108,18 @@ for name in "${files[@]}" notes.txt; do
   echo "$name" >"$TMP/$name"
   mv "$TMP/$name" "$start/$name"
 done
+
+waiting() { [ "$(find "$filter" -maxdepth 1 -type f ! -name '.*' | wc -l)" -ge "${#files[@]}" ]; }
+await 120 waiting || { echo "The files did not reach the filter in time; the logs are in $MARLDAT." >&2; exit 1; }
+echo "== ${#files[@]} files wait in the stopped filter $filter"
+sleep 5  # the manager looks at the workflow every 3 s
+if [ -n "$xserver" ]; then
+  xwd -root -silent -display "$manager_display" >"$TMP/screen.xwd"
+  convert "xwd:$TMP/screen.xwd" -trim +repage "png:$shot"
+  echo "== A picture of the manager's window: $shot"
+fi
+echo "== Starting the filter"
+rm -f "$filter/.TVWatchD_omit"
 
 arrived() { [ "$(find "$start/outdir" -type f | wc -l)" -ge "${#files[@]}" ] && [ -n "$(ls "$start/error")" ]; }
 sorted() {
@@ -97,3 +142,8 @@ for err in "$start"/error/*.err; do
   echo "-- $err"
   cat "$err"
 done
+if [ -z "$xserver" ]; then
+  echo "== Close the manager's window to end the demo."
+  wait "$manager" || true
+  manager=""
+fi

@@ -675,8 +675,15 @@ void CWTable_CreateClass() {
 
 void CWTable_RedrawColumn(Widget table, std::size_t column) {
   CWTable t = AsTable(table);
-  const CWTable_State& s = *t->state;
+  CWTable_State& s = *t->state;
   if (column >= s.columnX.size() || !t->realized) return;
+  // A cell that needs more room than its column has (an icon that came)
+  // makes the columns anew.
+  WtTableD_Column c = WtTableD_GetColumn(Descr(t), column);
+  if (WtTableD_FillUpWeight(c) == 0 && NaturalWidth(t, c, true) != s.columnWidth[column]) {
+    Layout(t);
+    return Redraw(t);
+  }
   WtDraw_RedrawWidgetArea(t, s.columnX[column], 0, s.columnWidth[column], t->height);
 }
 

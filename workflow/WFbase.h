@@ -62,6 +62,8 @@ inline constexpr char WFbase_msgFolderContentChanged[] = "folder content changed
 inline constexpr char WFbase_msgWorkflowStoppedStarted[] = "workflow stopped/started";
 inline constexpr char WFbase_msgWorkflowDeleted[] = "workflow deleted";
 inline constexpr char WFbase_msgUserdefChanged[] = "userdef components changed";
+inline constexpr char WFbase_msgFolderStoppedStarted[] = "folder stopped/started";
+inline constexpr char WFbase_msgErrorsChanged[] = "errors changed";
 
 // The options copied as one block by WFbase_GetOptions / WFbase_SetOptions.
 struct WFbase_Options {

@@ -163,7 +163,7 @@ TEST_F(WorkflowDump, TheSampleShowsEachFolderOnceInDepthFirstOrder) {
 }
 
 TEST_F(WorkflowDump, AFailedRebuildSaysWhyAndFails) {
-  const std::string failed = "The workflow could not be rebuilt from its folders:\n";
+  const std::string failed = "The workflow could not be rebuilt from its folders\n";
   std::filesystem::remove_all(filter);
   const RunResult missing = Dump("sample");
   EXPECT_EQ(missing.status, 1);

@@ -1,0 +1,372 @@
+// The main window on a private X server and a private installation with
+// its services: the sample workflow's frames in their colours as files wait,
+// disks fill, jobs wait and run; the table, the title and the graph follow a
+// click; stop, start, express and the group filter through the GUI replay;
+// the back-off of the shown workflow's task on the scheduler's clock; and the
+// program itself closed by the window manager, by SIGTERM, and started
+// without a display.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/Messages.h"
+#include "jobqueue/CCclient.h"
+#include "jobqueue/CCtypes.h"
+#include "manager/Floatdeck.h"
+#include "manager/FloatdeckWin.h"
+#include "manager/WFshow.h"
+#include "manager/WFstatus.h"
+#include "tests/support/FlowSite.h"
+#include "tests/support/TestFiles.h"
+#include "tests/toolkit/XUser.h"
+#include "tests/toolkit/XvfbServer.h"
+#include "toolkit/CWShell.h"
+#include "toolkit/CWTable.h"
+#include "toolkit/IReplay.h"
+#include "workflow/WFgroup.h"
+// Xlib last: its macros would hide names of the headers above.
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+TempDir* root = nullptr;
+FlowSite* site = nullptr;
+
+// The site: services, the sample workflow, three small ones in groups and a
+// workflow of one slow step, a component whose command waits until the
+// test lets it go.
+const char kSlowStep[] = R"(#!/bin/sh
+# slowstep RC FILE: holds its job until the test's "release" file is there.
+for i in $(seq 300); do [ -e "$TV_PROJECTS/../release" ] && break; sleep 0.1; done
+rm -f "$2"
+)";
+
+class Installation : public ::testing::Environment {
+ public:
+  void SetUp() override {
+    root = new TempDir;
+    site = new FlowSite(root->Path());
+    ::setenv("HOME", root->Make("home").c_str(), 1);
+    fs::create_directories(site->Path("lib"));
+    fs::create_symlink(FLOATDECK_BINARY_DIR "/icons", site->Path("lib/icons"));
+    std::ofstream(site->Path("cmds/slowstep")) << kSlowStep;
+    fs::permissions(site->Path("cmds/slowstep"), fs::perms::owner_all);
+    std::ofstream(site->Path("customer/floatdeck.cfg"))
+        << "# Created by Workflow Manager\nFOLDER=$TV_PROJECTS/autofolder/slow:SUBDIRS=TRUE:FILES=^[^.]:"
+           "CMD=slowstep:READABLECMD=SlowStep:OPTIONS=.slowrc:SHORTDESC=slow:OUTS=1\n";
+    fs::create_directories(site->Path("projects/schemes"));
+    for (const char* scheme : {"sample-rename.trs", "sample-filter.trs"})
+      fs::copy_file(FLOATDECK_SOURCE_DIR "/scripts/" + std::string(scheme), site->Path("projects/schemes/") + scheme);
+    ASSERT_TRUE(site->StartWorker(2) && site->StartServer() && site->StartDemon());
+    std::string err;
+    ASSERT_TRUE(site->Install(FLOATDECK_SOURCE_DIR "/scripts/sample.wf", "sample", err)) << err;
+    const std::string small = site->Path("small.wf"), slow = site->Path("slow.wf");
+    std::ofstream(small) << "start in -> lg\nlog lg -> outdir\n";
+    std::ofstream(slow) << "start in -> s\nslow s -> outdir\n";
+    for (const char* name : {"alpha", "beta", "gamma"}) ASSERT_TRUE(site->Install(small, name, err)) << err;
+    ASSERT_TRUE(site->Install(slow, "slowflow", err)) << err;
+    site->StartFolders();
+    Floatdeck_InitModules();
+    Messages_UseMsgCat("FLOATDECKmsg");
+    I_UseContextCat("FLOATDECKdlg");
+    WFgroup_AssertGroup("Cartons");
+    WFgroup_SetGroup("beta", "Cartons");
+  }
+  void TearDown() override {
+    std::ofstream(root->Path() + "/release");
+    delete site;
+    StopSiteServices(root->Path() + "/dat");
+    delete root;
+  }
+};
+const bool xvfb = UseXvfb();
+const auto* const installation = ::testing::AddGlobalTestEnvironment(new Installation);
+
+// The scheduler runs on this clock: the window's tasks come when a test says.
+SDateAri_Stamp now{1000, 0};
+SDateAri_Stamp Clock() { return now; }
+void Advance(int ms) { now = SDateAri_AddMilliseconds(now, ms); }
+
+class MainWindow : public ::testing::Test {
+ protected:
+  void SetUp() override { I_SetClock(Clock); }
+  void TearDown() override {
+    Floatdeck_Destroy();
+    I_SetClock(nullptr);
+  }
+  void Open(const char* name) {
+    ASSERT_TRUE(Floatdeck_Init(StrIn::C(name)));
+    Floatdeck_UpdateListGroup();
+    I_Activate(D().main);
+    Floatdeck_UpdateDemonState();
+    Floatdeck_StartIdleTasks(3000);
+    ASSERT_TRUE(Pump([&] { return static_cast<CWShell>(I_AccessWidget(D().main, -1))->exposed; }));
+  }
+  static Floatdeck_Data& D() { return *Floatdeck_data; }
+  // Rounds of the program's loop until `done`, the clock moving `step` ms a
+  // round; false after 20 s of real time.
+  static bool Rounds(const std::function<bool()>& done, int step = 0) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!done()) {
+      if (std::chrono::steady_clock::now() > end) return false;
+      Advance(step);
+      W_Sync(false);
+      for (int i = 0; i < 50 && (WtEvents_Pending() || I_TimeTillNextTask() == 0 || IReplay_Running()); ++i)
+        I_SingleEventLoopIteration();
+      if (step == 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+  }
+  // The lower left corner of the frame of a folder's cell, by the grid's
+  // geometry: 61 pixels a column from x 10, 46 a row above the panel.
+  Regions_Rect Frame(const std::string& path) {
+    WFfolder folder = WFbase_FindFolder(D().current, path);
+    int col = -1, row = -1, firstCol = 0, firstRow = 0;
+    EXPECT_TRUE(WFshow_GetCell(D().view, folder, col, row)) << path;
+    WFshow_GetFirst(D().view, firstCol, firstRow);
+    const int panel = WFshow_GetPanelHeight(D().view);
+    return Regions_Rect{(col - firstCol) * 61 + 10, panel + (row - firstRow) * 46 + 1, 41, 41};
+  }
+  // The frame's own colour lies on its second ring, 39 pixels wide.
+  unsigned long FrameColour(const std::string& path) {
+    const Regions_Rect f = Frame(path);
+    return user_.Pixel(I_AccessWidget(D().main, 999), f.x + 1, f.y + 20);
+  }
+  bool Shows(const std::string& path, unsigned long colour) {
+    return Rounds([&] { return FrameColour(path) == colour; }, 10000);
+  }
+  // The stop mark: strong red in the icon's upper right corner.
+  bool StopMark(const std::string& path) {
+    const Regions_Rect f = Frame(path);
+    Widget graph = I_AccessWidget(D().main, 999);
+    for (int dx = 0; dx < 12; ++dx)
+      for (int dy = 0; dy < 12; ++dy) {
+        const unsigned long p = user_.Pixel(graph, f.x + 38 - dx, f.y + 38 - dy);
+        if ((p >> 16) > 180 && ((p >> 8) & 0xFF) < 90) return true;
+      }
+    return false;
+  }
+  // The path of the first folder of the workflow shown that `is` picks.
+  std::string FolderWhere(const std::function<bool(WFfolder)>& is) {
+    std::string found;
+    WFbase_FolderList list = WFbase_GetAllFolders(D().current);
+    for (WFbase_FolderList e = list; e != nullptr && found.empty(); e = e->next)
+      if (is(e->folder)) {
+        PathStr path;
+        WFfolder_GetPath(e->folder, path);
+        found = StrIn(path).Str();
+      }
+    WFbase_DestroyFolderList(list);
+    return found;
+  }
+  std::string FolderOfKind(WFmodule_Kind kind) {
+    return FolderWhere([kind](WFfolder f) { return WFfolder_ModuleKind(f) == kind; });
+  }
+  std::vector<std::string> Listed() {
+    std::vector<std::string> names;
+    for (const Floatdeck_WfEntry& e : D().list) names.push_back(e.name);
+    return names;
+  }
+  std::string Title() {
+    char* name = nullptr;
+    Display* d = user_.display();
+    XFetchName(d, static_cast<CWShell>(I_AccessWidget(D().main, -1))->outerWindow, &name);
+    const std::string title = name != nullptr ? name : "";
+    if (name != nullptr) XFree(name);
+    return title;
+  }
+  // Plays lines of the GUI log as the user's input.
+  bool Replay(const std::string& lines) {
+    PutFile(root->Path() + "/replay.log", lines);
+    return IReplay_Start(root->Path() + "/replay.log", 2000) && Rounds([] { return !IReplay_Running(); });
+  }
+
+  XUser user_;
+};
+
+constexpr unsigned long kIdle = 0x707070, kWaiting = 0xE62020, kDiscFull = 0xE620E6, kQueued = 0xE6E620,
+                        kRunning = 0x20E620;
+
+TEST_F(MainWindow, FramesFollowFilesDisksAndJobs) {
+  Open("sample");
+  const std::string ren = FolderOfKind(2), dup = FolderOfKind(3), filt = FolderOfKind(4);
+  EXPECT_NE(Title().find("sample"), std::string::npos) << Title();
+  for (const std::string& f : {ren, dup, filt}) EXPECT_TRUE(Shows(f, kIdle)) << f;
+  // A stopped folder holds a file: red, with the stop mark.
+  std::ofstream(ren + "/.TVWatchD_omit");
+  site->Drop(ren, "held.tif");
+  EXPECT_TRUE(Shows(ren, kWaiting));
+  EXPECT_TRUE(StopMark(ren));
+  // The target of a folder is full: magenta.
+  std::ofstream(dup + "/.TVWatchD_discFull");
+  EXPECT_TRUE(Shows(dup, kDiscFull));
+  // A job waits in a stopped queue: yellow; it runs on when the queue does.
+  SClient queue = CCclient_Connect("", 2000, nullptr);
+  ASSERT_TRUE(CCclient_SetQueueStatus(queue, CCtypes_QueueStopped));
+  site->Drop(filt, "job01_07C.tif");
+  EXPECT_TRUE(Shows(filt, kQueued));
+  ASSERT_TRUE(CCclient_SetQueueStatus(queue, CCtypes_QueueRunning));
+  EXPECT_TRUE(Shows(filt, kIdle));
+  SClient_CloseConn(queue);
+  // A slow step runs: green.
+  Floatdeck_DisplayNewWorkflow("slowflow");
+  const std::string slow = FolderWhere(WFfolder_UserDef);
+  site->Drop(slow, "big.tif");
+  EXPECT_TRUE(Shows(slow, kRunning));
+  std::ofstream(root->Path() + "/release");
+  EXPECT_TRUE(Shows(slow, kIdle));
+}
+
+// Marks of every startable folder of the workflow shown.
+std::vector<bool> Marks(const char* mark) {
+  std::vector<bool> marks;
+  WFbase_FolderList list = WFbase_GetAllFolders(Floatdeck_data->current);
+  for (WFbase_FolderList e = list; e != nullptr; e = e->next)
+    if (WFfolder_Startable(e->folder)) {
+      PathStr path;
+      WFfolder_GetPath(e->folder, path);
+      marks.push_back(fs::exists(StrIn(path).Str() + "/" + mark));
+    }
+  WFbase_DestroyFolderList(list);
+  return marks;
+}
+
+TEST_F(MainWindow, TheWindowFollowsTheTableStopStartExpressAndGroups) {
+  Open("alpha");
+  EXPECT_EQ(Listed(), (std::vector<std::string>{"alpha", "beta", "gamma", "sample", "slowflow"}));
+  // A click on a row shows that workflow; the title follows.
+  Widget table = I_AccessWidget(D().main, Floatdeck_kTable);
+  Regions_Rect row;
+  ASSERT_TRUE(CWTable_RowPlace(table, 1, row));
+  user_.ClickAt(table, row.x + row.width / 2, row.y + row.height / 2);
+  ASSERT_TRUE(Rounds([&] { return D().current != nullptr && WFshow_GetWorkflow(D().view) == D().current &&
+                                  Title().find("beta") != std::string::npos; }));
+  // Stop and start through the replay: the stop mark in every startable
+  // folder, and start takes it away with the marks above a folder up to its
+  // entry's top and a full disk.
+  ASSERT_TRUE(Replay("AOBJ Floatdeck 21 21\n"));
+  EXPECT_EQ(Marks(".TVWatchD_omit"), std::vector<bool>(Marks(".TVWatchD_omit").size(), true));
+  EXPECT_TRUE(I_GetBOOLEAN(D().main, Floatdeck_kStopped));
+  const fs::path logFolder = FolderOfKind(40);  // its entry takes all folders of the kind
+  std::ofstream(logFolder / ".TVWatchD_discFull");
+  std::ofstream(logFolder.parent_path() / ".TVWatchD_omit");  // the top of that entry
+  ASSERT_TRUE(Replay("AOBJ Floatdeck 21 20\n"));
+  EXPECT_EQ(Marks(".TVWatchD_omit"), std::vector<bool>(Marks(".TVWatchD_omit").size(), false));
+  EXPECT_FALSE(fs::exists(logFolder / ".TVWatchD_discFull"));
+  EXPECT_FALSE(fs::exists(logFolder.parent_path() / ".TVWatchD_omit"));
+  EXPECT_FALSE(I_GetBOOLEAN(D().main, Floatdeck_kStopped));
+  // Express asks while another workflow is express; No leaves the switch off.
+  TextStr reason;
+  WFbase gamma = WFbase_RebuildWorkflow("gamma", WFbase_NoAnswer, reason);
+  ASSERT_TRUE(WFstatus_SetExpressWorkflow(gamma, true));
+  WFbase_DestroyWorkflow(gamma);
+  Advance(30000);  // the round over all workflows learns it
+  ASSERT_TRUE(Rounds([&] { return Floatdeck_NumberOfExpressWFs() == 1; }));
+  ASSERT_TRUE(Replay("AOBJ Floatdeck 22 TRUE\nAOBJ _yes 2 0\n"));
+  EXPECT_FALSE(I_GetBOOLEAN(D().main, Floatdeck_kExpress));
+  EXPECT_FALSE(WFstatus_IsExpressWorkflow(D().current));
+  ASSERT_TRUE(Replay("AOBJ Floatdeck 22 TRUE\nAOBJ _yes 2 1\n"));
+  EXPECT_TRUE(WFstatus_IsExpressWorkflow(D().current));
+  // The group filter and its two pseudo groups.
+  ASSERT_TRUE(Replay("AOBJ Floatdeck 27 \"Cartons\"\n"));
+  EXPECT_EQ(Listed(), (std::vector<std::string>{"beta"}));
+  ASSERT_TRUE(Replay("AOBJ Floatdeck 27 \"Workflows without a group\"\n"));
+  EXPECT_EQ(Listed(), (std::vector<std::string>{"alpha", "gamma", "sample", "slowflow"}));
+  ASSERT_TRUE(Replay("AOBJ Floatdeck 27 \"All workflows\"\n"));
+  EXPECT_EQ(Listed().size(), 5u);
+}
+
+// The shown workflow's task comes 3 s after the start, then 4, 5 ... 10 s
+// apart while nothing changes, 3 s again after a change.
+TEST_F(MainWindow, TheShownWorkflowsTaskBacksOff) {
+  Open("gamma");
+  std::vector<int> intervals;
+  for (int round = 0; round < 8; ++round) {
+    Advance(D().currInterval);
+    ASSERT_TRUE(Rounds([&] { return I_TimeTillNextTask() > 0; }));
+    intervals.push_back(D().currInterval);
+  }
+  EXPECT_EQ(intervals, (std::vector<int>{4000, 5000, 6000, 7000, 8000, 9000, 10000, 10000}));
+  // A failed file: the errors lamp changes, and the task comes 3 s later.
+  PathStr errors;
+  WFbase_GetErrordir(D().current, errors);
+  std::ofstream(StrIn(errors).Str() + "/20261125120000_x.tif.err") << "somewhere\n";
+  Advance(D().currInterval);
+  ASSERT_TRUE(Rounds([&] { return I_TimeTillNextTask() > 0; }));
+  EXPECT_EQ(D().currInterval, 3000);
+  EXPECT_TRUE(I_GetBOOLEAN(D().main, Floatdeck_kErrors));
+}
+
+// The program: the window manager's close and SIGTERM end it with status 0
+// and no run file; without a display the start fails with status 1.
+TEST(Program, ClosesInOrderAndNeedsADisplay) {
+  const std::string program = FLOATDECK_BINARY_DIR "/bin/Floatdeck";
+  const std::string dat = site->Path("dat");
+  auto runFiles = [&] {
+    int n = 0;
+    for (const auto& e : fs::directory_iterator(dat)) n += e.path().extension() == ".pid";
+    return n;
+  };
+  const RunResult none = RunProgram({program, "alpha"}, {{"DISPLAY", ""}, {"TV_NO_RUN_FILE", ""}});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_NE(none.err.find("DISPLAY"), std::string::npos) << none.err;
+  for (const bool bySignal : {false, true}) {
+    const int before = runFiles();
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+      ::unsetenv("TV_NO_RUN_FILE");
+      ::execl(program.c_str(), program.c_str(), "alpha", static_cast<char*>(nullptr));
+      ::_exit(127);
+    }
+    // Its window, found by its title, then closed.
+    XUser user;
+    Display* d = user.display();
+    Window window = 0;
+    for (int i = 0; i < 200 && window == 0; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      Window rootWindow, parent, *children = nullptr;
+      unsigned count = 0;
+      XQueryTree(d, DefaultRootWindow(d), &rootWindow, &parent, &children, &count);
+      for (unsigned c = 0; c < count; ++c) {
+        char* name = nullptr;
+        if (XFetchName(d, children[c], &name) && name != nullptr) {
+          if (std::string(name).find("alpha") != std::string::npos) window = children[c];
+          XFree(name);
+        }
+      }
+      if (children != nullptr) XFree(children);
+    }
+    ASSERT_NE(window, 0u);
+    EXPECT_EQ(runFiles(), before + 1);
+    if (bySignal) {
+      ::kill(pid, SIGTERM);
+    } else {
+      XEvent e{};
+      e.xclient.type = ClientMessage;
+      e.xclient.window = window;
+      e.xclient.message_type = XInternAtom(d, "WM_PROTOCOLS", False);
+      e.xclient.format = 32;
+      e.xclient.data.l[0] = static_cast<long>(XInternAtom(d, "WM_DELETE_WINDOW", False));
+      XSendEvent(d, window, False, NoEventMask, &e);
+      XFlush(d);
+    }
+    int status = -1;
+    ::waitpid(pid, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << (bySignal ? "SIGTERM" : "close") << status;
+    EXPECT_EQ(runFiles(), before);
+  }
+}
+
+}  // namespace
