@@ -143,6 +143,9 @@ bool DirAcces_RealPath(StrIn path, StrOut real);
 // Copies a file's data; a directory target gets the source's name. A
 // directory source is refused; the same file as target is error 2.
 bool DirAcces_Copy(StrIn source, StrIn target);
+// Copies what is left to read of `in` to `out`; false, errno set, on a
+// failure of either (interrupted calls are repeated).
+bool DirAcces_CopyData(int in, int out);
 // Renames, or copies and removes across file systems.
 bool DirAcces_Move(StrIn source, StrIn target);
 bool DirAcces_ChMod(StrIn path, std::uint32_t mode);

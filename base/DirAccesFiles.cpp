@@ -64,22 +64,6 @@ std::string BaseName(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
-bool CopyData(int in, int out) {
-  static char buffer[kCopyBuffer];
-  for (;;) {
-    const ssize_t got = ::read(in, buffer, sizeof buffer);
-    if (got == 0) return true;
-    if (got < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    for (ssize_t done = 0; done < got;) {
-      const ssize_t put = ::write(out, buffer + done, static_cast<std::size_t>(got - done));
-      if (put < 0 && errno != EINTR) return false;
-      if (put > 0) done += put;
-    }
-  }
-}
 
 }  // namespace
 
@@ -207,7 +191,7 @@ bool DirAcces_Copy(StrIn source, StrIn target) {
     errno = saved;
     return Fail();
   }
-  const bool copied = CopyData(in, out);
+  const bool copied = DirAcces_CopyData(in, out);
   const int saved = errno;
   ::close(in);
   const bool closed = ::close(out) == 0;
@@ -314,4 +298,22 @@ bool DirAcces_GetNthEnvVar(std::size_t n, StrOut entry) {
       return true;
     }
   return false;
+}
+
+bool DirAcces_CopyData(int in, int out) {
+  static char buffer[kCopyBuffer];
+  for (;;) {
+    const ssize_t got = ::read(in, buffer, sizeof buffer);
+    if (got == 0) return true;
+    if (got < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    for (ssize_t done = 0; done < got;) {
+      const ssize_t put = ::write(out, buffer + done, static_cast<std::size_t>(got - done));
+      if (put < 0 && errno == EINTR) continue;
+      if (put <= 0) return false;
+      done += put;
+    }
+  }
 }

@@ -23,6 +23,7 @@ namespace {
 char section[kSectionCap] = "Floatdeck";
 
 constexpr unsigned kNotReadable = 2;    // then ". ", the reason, "."
+constexpr unsigned kEditedElsewhere = 17;
 constexpr unsigned kStoppedText = 15, kErrorsText = 16, kExpressText = 24;
 constexpr unsigned kLockedText = 40, kSyncText = 41;
 constexpr unsigned kTitle = 60, kTitleNone = 61;  // the window's title
@@ -179,8 +180,14 @@ void Floatdeck_NewWorkflowList(StrIn select) {
   d.list.swap(rows);
   PutList();
   rows.clear();
+  // The workflow being edited stays shown, also before it is on disk.
   const std::string want = chosen != nullptr ? chosen->name : "";
-  if (want != (d.current != nullptr ? CurrentName() : "")) Floatdeck_DisplayNewWorkflow(want);
+  if (d.mode == 0 && want != (d.current != nullptr ? CurrentName() : "")) Floatdeck_DisplayNewWorkflow(want);
+}
+
+void Floatdeck_SelectRow(StrIn name) {
+  for (Floatdeck_WfEntry& e : D().list) e.link.selected = Strings_Equal(e.name, name);
+  PutList();
 }
 
 void Floatdeck_DisplayNewWorkflow(StrIn name) {
@@ -199,7 +206,7 @@ void Floatdeck_DisplayNewWorkflow(StrIn name) {
     } else {
       TextStr text;
       Messages_GetMsg(section, kNotReadable, text);  // messages: Floatdeck 2
-      Imisc_StrErrMsg(StrIn(text).Str() + ". " + StrIn(reason).Str() + ".");
+      WFbase_ShowText(StrIn(text).Str() + ". " + StrIn(reason).Str() + ".");
     }
   }
   SetTitle();
@@ -226,11 +233,23 @@ void Floatdeck_Update() {
   I_PutBOOLEAN(d.main, Floatdeck_kLocked, entry->states[Floatdeck_sLocked]);
 }
 
-// A click on a row: the workflow of the row is shown.
+// A click on a row: the workflow of the row is shown. A modified one is
+// asked about first (cancel puts the old row back); in edit mode the new
+// one is reserved and edited in its turn.
 void Floatdeck_WFSelCB(I_Context, std::int32_t, void*, std::uintptr_t) {
+  Floatdeck_Data& d = D();
   const Floatdeck_WfEntry* row = Selected();
   const std::string name = row != nullptr ? row->name : "";
-  if (D().current != nullptr && name == CurrentName()) return Floatdeck_Update();
+  const std::string old = d.current != nullptr ? CurrentName() : "";
+  if (d.current != nullptr && name == old) return Floatdeck_Update();
+  if (Floatdeck_SaveConfirm() == 2) return Floatdeck_SelectRow(old);
+  if (d.mode == 1) {
+    if (!Floatdeck_ReserveWorkflow(name)) {
+      WFbase_Message(section, kEditedElsewhere, name);  // messages: Floatdeck 17
+      return Floatdeck_SelectRow(old);
+    }
+    if (WFbase_WorkflowLockedByName(name) && !Floatdeck_IsPrivilegedUser()) return Floatdeck_SelectRow(old);
+  }
   Floatdeck_DisplayNewWorkflow(name);
   WFbase_Announce(WFbase_msgWorkflowChanged);
 }

@@ -9,6 +9,7 @@
 #include "manager/Floatdeck.h"
 #include "manager/FloatdeckWin.h"
 #include "manager/WFstatus.h"
+#include "manager/WFstatusContent.h"
 #include "workflow/WFmodule.h"
 
 namespace {
@@ -101,6 +102,8 @@ void Floatdeck_IdleTaskCurr(std::uintptr_t) {
                 before[1] != entry->states[Floatdeck_sStopped];
     }
   }
+  // The folder content window, if open, lists what is there now.
+  WFstatus_UpdateFolderContent();
   // 4. Back-off.
   d.currInterval = Floatdeck_NextInterval(d.currInterval, changed);
   I_RescheduleTask(d.currInterval);

@@ -8,6 +8,7 @@
 #include "base/SPrintf.h"
 #include "manager/Floatdeck.h"
 #include "manager/WFstatus.h"
+#include "manager/WFstatusErrors.h"
 #include "rc/SrcFile.h"
 #include "toolkit/Imisc.h"
 #include "toolkit/WtEvents.h"
@@ -57,6 +58,17 @@ void SwitchExpress(bool on) {
   Floatdeck_Update();
 }
 
+// The workflow layer's messages come in boxes.
+void ShowInBox(StrIn text) { Imisc_StrErrMsg(text); }
+
+// The lock switch (edit mode): only the privileged user locks; the lamp
+// shows what came of it.
+void SwitchLock(bool on) {
+  Floatdeck_Data& d = *Floatdeck_data;
+  if (d.current != nullptr && (!on || Floatdeck_IsPrivilegedUser())) WFbase_LockWorkflow(d.current, on);
+  I_PutBOOLEAN(d.main, Floatdeck_kLocked, d.current != nullptr && WFbase_WorkflowLocked(d.current));
+}
+
 }  // namespace
 
 // --- Life ----------------------------------------------------------------------------------
@@ -69,9 +81,11 @@ bool Floatdeck_Init(StrIn wfName) {
     return false;
   }
   WFstatus_Init();
+  WFbase_RegisterShowProc(ShowInBox);
   Floatdeck_data = new Floatdeck_Data;
   Floatdeck_Data& d = *Floatdeck_data;
   LoadPreferences(d);
+  Floatdeck_LoadPrivilegedUser();
   if (!wfName.Empty()) Strings_Assign(wfName, d.currWfName);
   Messages_GetMsg(section, kAllGroups, d.allGroups);  // messages: Floatdeck 26 28
   Messages_GetMsg(section, kNoGroup, d.noGroup);
@@ -88,12 +102,13 @@ bool Floatdeck_Init(StrIn wfName) {
   I_SetINTEGERcallback(d.main, Floatdeck_kLocalCommand, Floatdeck_IntCB, 0);
   I_SetGenericcallback(d.main, Floatdeck_kWorkflows, Floatdeck_WFSelCB, 0);
   I_SetBOOLEANcallback(d.main, Floatdeck_kExpress, Floatdeck_BoolCB, 0);
+  I_SetBOOLEANcallback(d.main, Floatdeck_kLocked, Floatdeck_BoolCB, 0);
   I_SetSTRINGcallback(d.main, Floatdeck_kGroup, Floatdeck_ListGroupSelCB, 0);
   I_SetCloseCallback(d.main, Floatdeck_WMCloseCB, 0);
   I_SetAsMainApplicationContext(d.main);
   // Undo comes with editing.
   I_Disable(d.main, WFshow_mainElements.undoButton);
-  I_PutINTEGER(d.main, Floatdeck_kMode, d.mode);
+  Floatdeck_SetMode(0);
   d.inlet = SwitchBd_NotifyMe(WFbase_switchboard, Floatdeck_SwitchboardCB);
   return true;
 }
@@ -104,8 +119,9 @@ void Floatdeck_UpdateListGroup() {
 }
 
 bool Floatdeck_CloseApplication() {
-  // A workflow being edited is asked about by the editing, which comes later;
-  // in status mode there is nothing to lose.
+  Floatdeck_Data& d = *Floatdeck_data;
+  if (!d.terminating && Floatdeck_SaveConfirm() == 2) return false;
+  Floatdeck_ReleaseWorkflow(d.current);
   Floatdeck_StopIdleTasks();
   WtEvents_leaveMainLoop = true;
   return true;
@@ -153,23 +169,33 @@ bool Floatdeck_StopWorkflow() {
 }
 
 void Floatdeck_IntCB(I_Context, std::int32_t, std::int32_t value, std::uintptr_t) {
+  if (Floatdeck_EditCommand(value)) return;
   switch (value) {
-    case Floatdeck_cmdQuit: Floatdeck_CloseApplication(); break;
+    case Floatdeck_cmdQuit: WtEvents_leaveMainLoop = true; break;
     case Floatdeck_cmdStart: Floatdeck_StartWorkflow(); break;
     case Floatdeck_cmdStop: Floatdeck_StopWorkflow(); break;
+    case Floatdeck_cmdErrors:
+      if (Floatdeck_data->current != nullptr) WFstatus_ShowErrors(Floatdeck_data->current);
+      break;
+    case Floatdeck_cmdPack: Floatdeck_OpenPackDialog(); break;
+    case Floatdeck_cmdStartDemon: Floatdeck_StartDemon(); break;
+    case Floatdeck_cmdDemonInfo: Floatdeck_ShowDemonInfo(); break;
+    case Floatdeck_cmdAbout: Floatdeck_About(); break;
     default: break;
   }
 }
 
 void Floatdeck_BoolCB(I_Context, std::int32_t number, bool value, std::uintptr_t) {
   if (number == Floatdeck_kExpress) SwitchExpress(value);
+  if (number == Floatdeck_kLocked) SwitchLock(value);
 }
 
-// The window manager's close button, or SIGTERM (then inside its handler:
-// nothing but flags). The program closes once the main loop has ended.
-void Floatdeck_WMCloseCB(I_Context, bool leaving, std::uintptr_t) {
+// The window manager's close button (the window is down already), or
+// SIGTERM (then inside its handler: nothing but flags; nothing is asked).
+// The program closes once the main loop has ended.
+void Floatdeck_WMCloseCB(I_Context context, bool leaving, std::uintptr_t) {
   if (!leaving || Floatdeck_data == nullptr) return;
-  Floatdeck_data->closing = true;
+  if (I_Active(context)) Floatdeck_data->terminating = true;
   WtEvents_leaveMainLoop = true;
 }
 

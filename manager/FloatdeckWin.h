@@ -5,12 +5,14 @@
 // live: the shown workflow every 3 s, backing off by 1 s up to 10 s while
 // nothing changes, and all workflows and the demon every 30 s.
 //
-// Modes: 0 status (live status, tasks running), 1 edit (the editing of
-// workflows comes later; the window only knows the mode).
+// Modes: 0 status (live status, tasks running), 1 edit (the workflow shown
+// is reserved for this program, stopped, changed in memory and installed
+// when editing ends; FloatdeckEdit.cpp).
 #pragma once
 
 #include <cstdint>
 #include <list>
+#include <string>
 
 #include "base/SDateAri.h"
 #include "base/SwitchBd.h"
@@ -38,10 +40,22 @@ inline constexpr std::int32_t Floatdeck_kWorkflowName = 40;
 inline constexpr std::int32_t Floatdeck_kGroupBox = 995;     // elements
 inline constexpr std::int32_t Floatdeck_kTable = 996;
 
+
 // Commands (values of 1 and 21).
 inline constexpr std::int32_t Floatdeck_cmdQuit = 1;
+inline constexpr std::int32_t Floatdeck_cmdEdit = 2;
+inline constexpr std::int32_t Floatdeck_cmdNew = 3;
+inline constexpr std::int32_t Floatdeck_cmdRemove = 4;
+inline constexpr std::int32_t Floatdeck_cmdErrors = 5;
+inline constexpr std::int32_t Floatdeck_cmdCopy = 6;
+inline constexpr std::int32_t Floatdeck_cmdEndSave = 10;
+inline constexpr std::int32_t Floatdeck_cmdEndDiscard = 11;
 inline constexpr std::int32_t Floatdeck_cmdStart = 20;
 inline constexpr std::int32_t Floatdeck_cmdStop = 21;
+inline constexpr std::int32_t Floatdeck_cmdPack = 33;
+inline constexpr std::int32_t Floatdeck_cmdStartDemon = 52;
+inline constexpr std::int32_t Floatdeck_cmdDemonInfo = 53;
+inline constexpr std::int32_t Floatdeck_cmdAbout = 117;
 
 // --- The state -------------------------------------------------------------------------------
 
@@ -79,7 +93,13 @@ struct Floatdeck_Data {
   char allGroups[kNameCap] = "";   // the pseudo groups' texts
   char noGroup[kNameCap] = "";
   SwitchBd_Inlet inlet = nullptr;
-  bool closing = false;            // the window manager or SIGTERM asked to leave
+  bool terminating = false;        // SIGTERM: the program ends without questions
+  // The edit side.
+  I_Context newDialog = nullptr, packDialog = nullptr, demonDialog = nullptr;  // made when first needed
+  bool copyMode = false;           // the new dialog stands for "copy"
+  bool isEditing = false;          // the workflow in edit mode was changed
+  std::string reservedName;        // the workflow whose reservation this program holds
+  char privilegedUser[kNameCap] = "root";
 };
 
 // The one window of the program; nil before Floatdeck_Init.
@@ -93,8 +113,9 @@ extern Floatdeck_Data* Floatdeck_data;
 bool Floatdeck_Init(StrIn wfName);
 // The group filter's entries and the list of workflows, anew.
 void Floatdeck_UpdateListGroup();
-// Asks for a save of a modified workflow (edit mode), stops the tasks and
-// leaves the program; false when the user cancelled.
+// Asks whether to install a modified workflow (not after SIGTERM), gives
+// the reservation back, stops the tasks and ends the main loop; false when
+// the user cancelled.
 bool Floatdeck_CloseApplication();
 // Takes the window and its state down (the program's end, tests).
 void Floatdeck_Destroy();
@@ -138,6 +159,48 @@ WtTableD_Table Floatdeck_CreateTable(std::uint8_t mode);
 
 bool Floatdeck_StartWorkflow();
 bool Floatdeck_StopWorkflow();
+
+// --- The edit side (FloatdeckEdit.cpp) --------------------------------------------------------
+
+// The name of the resource that a workflow's editor holds at the resource
+// manager: its start path, ":" and this host, as an update lock.
+void Floatdeck_BuildResource(StrIn name, StrOut resource);
+// Takes the workflow for editing (giving up the one held before); false
+// when somebody else edits it or the resource manager can't be reached.
+bool Floatdeck_ReserveWorkflow(StrIn name);
+// Gives the workflow's reservation back, if this program holds it.
+void Floatdeck_ReleaseWorkflow(WFbase workflow);
+// Puts the table's selection back on workflow `name` (a refused change).
+void Floatdeck_SelectRow(StrIn name);
+// Mode 0 status or 1 edit: the table's description, the graph, the page,
+// the tasks; the wall message "mode changed".
+void Floatdeck_SetMode(std::uint8_t mode);
+// Reads "floatdeck.privilegedUser" of the site directory; a name the
+// system does not know is not taken.
+void Floatdeck_LoadPrivilegedUser();
+// Whether this program may do what only the privileged user may; if not,
+// says who may.
+bool Floatdeck_IsPrivilegedUser();
+// Checks and installs the workflow shown (then its places and group);
+// false with the reason told.
+bool Floatdeck_InstallCurrentWorkflow();
+// The question for a modified workflow (0 install it, 1 discard, 2 cancel);
+// 1 when nothing is modified. An install that fails counts as cancel.
+int Floatdeck_SaveConfirm();
+bool Floatdeck_RemoveCurrentWorkflow();
+// The commands of the edit side (menu values); false when not one of them.
+bool Floatdeck_EditCommand(std::int32_t command);
+// The new dialog's buttons (new workflow or copy).
+void Floatdeck_NewDialogCB(I_Context context, std::int32_t number, std::int32_t value, std::uintptr_t data);
+
+// --- Dialogs of the tools (FloatdeckDialogs.cpp) ----------------------------------------------
+
+void Floatdeck_OpenPackDialog();
+bool Floatdeck_StartDemon();
+void Floatdeck_ShowDemonInfo();
+// The demon dialog's fields anew, when it is open.
+void Floatdeck_RefreshDemonInfo();
+void Floatdeck_About();
 
 // The window's procedures (internal to the manager).
 void Floatdeck_IntCB(I_Context context, std::int32_t number, std::int32_t value, std::uintptr_t data);

@@ -5,6 +5,7 @@
 #include "manager/WFshowRec.h"
 #include "manager/WFstatus.h"
 #include "toolkit/CWDraw.h"
+#include "workflow/WFtest.h"
 
 namespace {
 
@@ -34,6 +35,19 @@ void MyShow(WFshow_View view) {
   WFshow_RedrawAll(view);
 }
 
+// The checks' marks, on the view they were given.
+void MarkProc(void* view, WFfolder folder, WFfolder other) {
+  WFshow_MarkFolders(static_cast<WFshow_View>(view), folder, other);
+}
+
+// The undo button is off without steps to take back.
+void ClearUndoStack(WFshow_View view) {
+  for (WFshow_UndoEntry& entry : view->undo) WFbase_DestroyWorkflow(entry.workflow);
+  view->undo.clear();
+  I_SetSensitive(view->context, view->elements.undoButton, false);
+  I_PutSTRING(view->context, view->elements.undoLabel, "");
+}
+
 }  // namespace
 
 WFshow_View WFshow_Nil() { return nullptr; }
@@ -53,6 +67,8 @@ WFshow_View WFshow_CreateAndAttach(I_Context context, const WFshow_Elements& ele
   I_SetINTEGERcallback(context, elements.vValue, WFshow_ScrollCB, data);
   WFshow_AttachInput(view);
   WFshow_ConfigureHandler(w, data);
+  ClearUndoStack(view);
+  WFtest_RegisterMarkProc(MarkProc);
   return view;
 }
 
@@ -65,6 +81,7 @@ void WFshow_Destroy(WFshow_View& view) {
   WFshow_DetachInput(view);
   WFshow_FreeGCs(view);
   WFplaces_Close(view->places);
+  for (WFshow_UndoEntry& entry : view->undo) WFbase_DestroyWorkflow(entry.workflow);
   delete view;
   view = nullptr;
 }
@@ -85,6 +102,9 @@ void WFshow_SetMode(WFshow_View view, std::uint8_t mode) {
   if (view == nullptr || mode == view->mode) return;
   view->mode = mode;
   view->inputState = WFshow_idle;
+  ClearUndoStack(view);
+  // Marks point at a fault of the last check: a new mode starts without.
+  for (const auto& cell : view->cells) cell->marked = false;
   // The panel grows by about a row in edit mode: the picture stays where
   // it was.
   view->firstRow += mode == WFshow_kEditMode ? 1 : -1;
@@ -92,6 +112,30 @@ void WFshow_SetMode(WFshow_View view, std::uint8_t mode) {
   WFshow_SetStatusInfos(view);
   WFshow_NewTipFolder(view, nullptr);
   WFshow_RedrawAll(view);
+}
+
+void WFshow_MarkFolders(WFshow_View view, WFfolder a, WFfolder b) {
+  if (view == nullptr || view->mode != WFshow_kEditMode) return;
+  for (const auto& c : view->cells) {
+    WFshow_Cell& cell = *c;
+    const bool marked = cell.folder != nullptr && (cell.folder == a || cell.folder == b);
+    if (marked == cell.marked) continue;
+    cell.marked = marked;
+    WFshow_RedrawCell(view, cell, true);
+  }
+}
+
+void WFshow_SavePlaces(WFshow_View view) {
+  if (view != nullptr) WFplaces_Save(view->places);
+}
+
+void WFshow_ResetPlaces(WFshow_View view) {
+  if (view == nullptr || view->workflow == nullptr) return;
+  NameStr name;
+  WFbase_GetName(view->workflow, name);
+  WFplaces_Close(view->places);
+  view->places = WFplaces_Open(name);
+  MyShow(view);
 }
 
 std::uint8_t WFshow_GetMode(WFshow_View view) { return view != nullptr ? view->mode : WFshow_kStatusMode; }

@@ -24,6 +24,7 @@
 #include "base/Strings.h"
 #include "toolkit/I.h"
 #include "workflow/WFbase.h"
+#include "workflow/WFconfig.h"
 #include "workflow/WFfolder.h"
 
 struct WFshow_ViewRec;
@@ -76,7 +77,8 @@ void WFshow_InitUserDefIcons();
 WFshow_View WFshow_Nil();
 // A view on the elements of `context` (which must have them): hooks on the
 // drawing widget, callbacks on the scroll values; status mode, nothing
-// shown. Nil when the drawing widget is missing. The caller owns it.
+// shown. Nil when the drawing widget is missing. The caller owns it. The
+// checks before an install (WFtest) mark folders on the view passed to them.
 WFshow_View WFshow_CreateAndAttach(I_Context context, const WFshow_Elements& elements);
 // Takes the hooks and callbacks off, frees the view and sets it to nil;
 // before its context goes. Nil is accepted.
@@ -89,7 +91,8 @@ void WFshow_Destroy(WFshow_View& view);
 // grid shows message 2 and nothing. The view keeps the pointer, not the
 // workflow: show nil before the workflow is destroyed.
 void WFshow_Show(WFshow_View view, WFbase workflow);
-// Mode 0 status, 1 edit: the panel, the status of the cells and the picture
+// Mode 0 status, 1 edit: the undo stack, the gesture under way and the
+// marks are dropped; the panel, the status of the cells and the picture
 // follow; the first row moves by one so that the picture stays steady.
 void WFshow_SetMode(WFshow_View view, std::uint8_t mode);
 std::uint8_t WFshow_GetMode(WFshow_View view);
@@ -99,6 +102,38 @@ std::uint8_t WFshow_GetMode(WFshow_View view);
 // folder has work: a status above 2, or files waiting in a running folder
 // other than the start folder.
 void WFshow_UpdateStatus(WFshow_View view, bool& changed);
+// Plays a command of the GUI log on the graph, as its drawing widget's
+// commands: "SHOW_CONTENT <cell>" opens the folder's content window, the
+// cell written `<column> <row> "<kind name>" <number>` (the number of its
+// "flow_" directory, 0 without one) and found again by kind and number,
+// else by column and row. Anything else ends the replay (IReplay_ParseError,
+// messages 60 to 62).
+void WFshow_CommandHandler(StrIn text, WFshow_View view);
+
+// --- Edit mode -------------------------------------------------------------------------------
+// In edit mode the panel along the bottom offers the kinds that may be
+// inserted, a kind whose command is not installed greyed out; the trash
+// can stands at the top left.
+
+// Which kinds are editable: a kind whose command lies in "bin" of the
+// installation (MARLLIB), and every kind without a command of its own. An
+// installation that holds none of the commands (a new one, whose module
+// commands are not installed yet) counts every kind as installed. Read on
+// first use; this reads anew.
+void WFshow_InitEditable();
+// Whether a component of the site is offered on the panel: it has a
+// command and a short description, which the panel shows (of components
+// with one short description only the first is offered).
+bool WFshow_UserDefInsertable(const WFconfig_Entry& component);
+// Edit mode only: the cells of `a` and `b` (either may be nil) are marked,
+// all others not; frames that change are drawn in place. The checks
+// before an install point at a faulty folder or connection through it.
+void WFshow_MarkFolders(WFshow_View view, WFfolder a, WFfolder b);
+// The places a user gave to folders while editing: saved with an install,
+// read back from the file when editing is cancelled (the graph laid out
+// with them anew).
+void WFshow_SavePlaces(WFshow_View view);
+void WFshow_ResetPlaces(WFshow_View view);
 
 // --- Query ---------------------------------------------------------------------------------------
 

@@ -85,19 +85,17 @@ void DrawBackground(WFshow_View view, int x, int y, bool pressed) {
 }
 
 // A folder without icon: its title, cut to fit; a stopped one says so.
-void DrawTitle(WFshow_View view, const WFshow_Cell& cell, int x, int y, bool stopped) {
-  NameStr name;
-  if (WFfolder_UserDef(cell.folder)) WFfolder_GetName(cell.folder, name);
-  else WFfolder_GetIconTitleByKind(WFfolder_Kind(cell.folder), name);
-  const std::string title = Fitted(std::string(StrIn(name).View()), kTitleFont, WFshow_kIconArea);
+void DrawTitle(WFshow_View view, StrIn name, int x, int y, bool disabled, bool stopped) {
+  const std::string title = Fitted(std::string(name.View()), kTitleFont, WFshow_kIconArea);
   const TextSize t = Measure(kTitleFont, title);
   const int height = t.ascent + t.descent;
   const int titleX = x + (WFshow_kIconArea - t.width) / 2;
+  const W_Color& color = disabled ? WtColors_insensitiveColor : kTextColor;
   if (!stopped) {
-    DrawText(view, kTitleFont, kTextColor, titleX, y + (WFshow_kIconArea - height) / 2 + t.descent, title);
+    DrawText(view, kTitleFont, color, titleX, y + (WFshow_kIconArea - height) / 2 + t.descent, title);
     return;
   }
-  DrawText(view, kTitleFont, kTextColor, titleX, y + WFshow_kIconArea - 2 - t.ascent, title);
+  DrawText(view, kTitleFont, color, titleX, y + WFshow_kIconArea - 2 - t.ascent, title);
   int width;
   const StrIn stop = WFshow_StoppedText(width);
   DrawText(view, kTitleFont, WFshow_filesColor, x + (WFshow_kIconArea - width) / 2, y + 4 + t.descent, stop);
@@ -107,25 +105,25 @@ void DrawMark(WFshow_View view, const WFshow_Icon& mark, int x, int y) {
   if (mark.pixmap != 0) WtDraw_DrawIcon(Window(view), mark.pixmap, x, y);
 }
 
-// The icon area of a cell at (x, y): background, icon or title, marks.
+// The icon area of a cell at (x, y): background, icon or title, marks. In
+// edit mode a kind that is not editable shows its disabled form.
 void DrawIconArea(WFshow_View view, const WFshow_Cell& cell, int x, int y, bool pressed) {
-  DrawBackground(view, x, y, pressed);
   // A full target disk has its colour; only a folder stopped by its mark
   // gets the stop mark.
-  bool stopped = view->mode == WFshow_kStatusMode && cell.stopState == WFshow_kStopped;
-  WFshow_Icon icon = WFshow_KindIcon(WFfolder_Kind(cell.folder), false);
+  const bool stopped = view->mode == WFshow_kStatusMode && cell.stopState == WFshow_kStopped;
+  const WFfolder_FolderKind kind = WFfolder_Kind(cell.folder);
+  const bool disabled = view->mode == WFshow_kEditMode && !WFshow_Editable(kind);
+  WFshow_Icon icon = WFshow_KindIcon(kind, disabled);
   if (WFfolder_UserDef(cell.folder)) WFshow_UserDefIcon(cell.folder, stopped, icon);
   // An icon is drawn whole: one that would reach under the panel is left out.
-  if (icon.pixmap == 0 || y < view->panelHeight) {
-    // The title says it is stopped: no mark over it.
-    DrawTitle(view, cell, x, y, stopped);
-    stopped = false;
-  } else {
-    WtDraw_DrawIcon(Window(view), icon.pixmap, x + (WFshow_kIconArea - icon.width) / 2,
-                    y + (WFshow_kIconArea - icon.height) / 2);
-  }
+  if (y < view->panelHeight) icon = WFshow_Icon{};
+  NameStr title;
+  if (WFfolder_UserDef(cell.folder)) WFfolder_GetName(cell.folder, title);
+  else WFfolder_GetIconTitleByKind(kind, title);
+  const bool iconShown = WFshow_DrawIconArea(view, x, y, icon, title, disabled, pressed, stopped);
   if (view->mode != WFshow_kStatusMode || y < view->panelHeight) return;
-  if (stopped) {
+  // A title says it is stopped: no mark over it.
+  if (stopped && iconShown) {
     const WFshow_Icon& mark = WFshow_StopMark();
     DrawMark(view, mark, x + WFshow_kIconArea - mark.width, y + WFshow_kIconArea - mark.height);
   }
@@ -298,6 +296,18 @@ void DrawOutsideMark(WFshow_View view, const WFshow_Cell& cell, const Regions_Re
 
 }  // namespace
 
+bool WFshow_DrawIconArea(WFshow_View view, int x, int y, const WFshow_Icon& icon, StrIn title, bool disabled,
+                         bool pressed, bool stopped) {
+  DrawBackground(view, x, y, pressed);
+  if (icon.pixmap == 0) {
+    DrawTitle(view, title, x, y, disabled, stopped);
+    return false;
+  }
+  WtDraw_DrawIcon(Window(view), icon.pixmap, x + (WFshow_kIconArea - icon.width) / 2,
+                  y + (WFshow_kIconArea - icon.height) / 2);
+  return true;
+}
+
 W_Color WFshow_FrameColor(WFshow_View view, const WFshow_Cell& cell) {
   if (view->mode != WFshow_kStatusMode) return cell.marked ? WFshow_markedColor : WFshow_idleColor;
   if (cell.stopState == WFshow_kDiscFull) return WFshow_discFullColor;
@@ -329,22 +339,27 @@ void WFshow_DrawArea(WFshow_View view, const Regions_Rect& area) {
 void WFshow_ExposeHandler(Widget w, const Regions_Region&, const W_Event& event, std::uintptr_t data) {
   if (event.kind != W_Expose && event.kind != W_GraphicsExpose) return;
   auto view = reinterpret_cast<WFshow_View>(data);
-  const Regions_Rect area = Regions_IntersectRects(
-      WFshow_GraphArea(view), {event.expose.x, event.expose.y, event.expose.width, event.expose.height});
-  if (area.width <= 0 || area.height <= 0 || view->gc == nullptr) return;
-  W_SetImplicitClipping(w->window, area.x, area.y, area.width, area.height);
-  WFshow_DrawArea(view, area);
-  W_UnsetImplicitClipping();
+  if (view->gc == nullptr) return;
+  const Regions_Rect exposed{event.expose.x, event.expose.y, event.expose.width, event.expose.height};
+  const Regions_Rect area = Regions_IntersectRects(WFshow_GraphArea(view), exposed);
+  if (area.width > 0 && area.height > 0) {
+    W_SetImplicitClipping(w->window, area.x, area.y, area.width, area.height);
+    WFshow_DrawArea(view, area);
+    W_UnsetImplicitClipping();
+  }
+  // The panel and the trash can lie over the graph.
+  if (view->mode == WFshow_kEditMode) WFshow_DrawEditMode(view, exposed);
 }
 
 void WFshow_RedrawCell(WFshow_View view, const WFshow_Cell& cell, bool frameOnly) {
   const Widget w = view->draw;
   if (!w->mapped || w->window == 0 || view->gc == nullptr) return;
-  const Regions_Rect area = WFshow_GraphArea(view);
-  if (!Regions_RectsMeet(CellBox(view, cell), area)) return;
+  const Regions_Rect area = WFshow_GraphArea(view), box = CellBox(view, cell);
+  if (!Regions_RectsMeet(box, area)) return;
   W_SetImplicitClipping(w->window, area.x, area.y, area.width, area.height);
   DrawCell(view, cell, frameOnly);
   W_UnsetImplicitClipping();
+  if (view->mode == WFshow_kEditMode) WFshow_DrawEditMode(view, box);
 }
 
 void WFshow_RedrawAll(WFshow_View view) {

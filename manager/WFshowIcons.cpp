@@ -107,6 +107,7 @@ bool WFshow_UserDefIcon(WFfolder folder, bool stopped, WFshow_Icon& icon) {
 
 const WFshow_Icon& WFshow_StopMark() { return stopMark; }
 const WFshow_Icon& WFshow_ClusterMark() { return clusterMark; }
+const WFshow_Icon& WFshow_TrashIcon() { return trash; }
 
 StrIn WFshow_StoppedText(int& width) {
   if (stoppedWidth < 0) {

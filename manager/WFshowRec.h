@@ -59,7 +59,15 @@ struct WFshow_Cell {
 struct WFshow_PanelEntry {
   WFfolder_FolderKind kind;
   std::string component;  // the component's short description; empty for a module kind
+  std::string folder;     // the component's folder, which its icons are kept by
 };
+
+// One step edit mode can take back: the workflow before it, and what it was.
+struct WFshow_UndoEntry {
+  WFbase workflow;  // owned
+  std::string label;
+};
+inline constexpr std::size_t WFshow_kUndoDepth = 8;
 
 struct WFshow_ViewRec {
   I_Context context = nullptr;
@@ -94,6 +102,7 @@ struct WFshow_ViewRec {
   WFplaces places = nullptr;  // owned
   WFfolder tipFolder = nullptr;
   WFfolder editFolder = nullptr;
+  std::vector<WFshow_UndoEntry> undo;  // newest first, at most WFshow_kUndoDepth
 };
 
 // --- Layout (WFshowLayout.cpp) -----------------------------------------------------------------
@@ -117,8 +126,6 @@ void WFshow_ConfigureHandler(Widget w, std::uintptr_t data);
 // The ranges, values and "slSize" of both bars and the bar state.
 void WFshow_SetScrollbars(WFshow_View view);
 void WFshow_ScrollCB(I_Context context, std::int32_t number, std::int32_t value, std::uintptr_t data);
-// The panel's geometry for the mode and the widget's width.
-void WFshow_SetPanelValues(WFshow_View view);
 
 // --- Drawing (WFshowDraw.cpp) ---------------------------------------------------------------
 
@@ -151,8 +158,37 @@ bool WFshow_UserDefIcon(WFfolder folder, bool stopped, WFshow_Icon& icon);
 // The marks drawn on icons.
 const WFshow_Icon& WFshow_StopMark();
 const WFshow_Icon& WFshow_ClusterMark();
+// The trash can of edit mode.
+const WFshow_Icon& WFshow_TrashIcon();
 // The word drawn above the title of a stopped folder without icon, and its width.
 StrIn WFshow_StoppedText(int& width);
+
+// Drawn by WFshowDraw.cpp for the cells and the panel alike.
+// The icon area of 35 by 35 at (x, y): the background, raised or pressed,
+// then `icon` centred or, without one, `title` cut to fit, grey when
+// `disabled`, with the word of a stopped folder when `stopped`. False when
+// the title stands.
+bool WFshow_DrawIconArea(WFshow_View view, int x, int y, const WFshow_Icon& icon, StrIn title, bool disabled,
+                         bool pressed, bool stopped);
+
+// --- Edit mode: the panel and the trash can (WFshowPanel.cpp) ----------------------------------
+// The panel lies along the bottom, its kinds in rows of 37 pixels from the
+// top row down, each in a plain frame of 37 by 37; the trash can stands in
+// its box at the top left. Both lie over the graph and never scroll.
+
+// Whether a kind is shown enabled in edit mode (WFshow_InitEditable).
+bool WFshow_Editable(WFfolder_FolderKind kind);
+// The panel's geometry and kinds for the mode and the widget's width.
+void WFshow_SetPanelValues(WFshow_View view);
+// The lower left corner of the frame of panel entry `index`.
+void WFshow_PanelPos(WFshow_View view, std::size_t index, int& x, int& y);
+// The box of the trash can: 35 pixels from x 10, the top 46 pixels.
+Regions_Rect WFshow_TrashBox(WFshow_View view);
+// Draws what of the panel and the trash can lies in `area` (edit mode).
+void WFshow_DrawEditMode(WFshow_View view, const Regions_Rect& area);
+// Draws the panel and the trash can anew over the graph, after a scroll
+// copied them along with it.
+void WFshow_RedrawEditMode(WFshow_View view);
 
 // --- Status and input (WFshow.cpp, WFshowInput.cpp) ---------------------------------------
 

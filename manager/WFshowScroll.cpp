@@ -1,6 +1,5 @@
 // The part of the grid in view: extent of the graph, visible counts, the
-// two scroll bars, scrolling by copying what stays visible, and the panel's
-// geometry (which never scrolls).
+// two scroll bars, and scrolling by copying what stays visible.
 #include <algorithm>
 
 #include "manager/WFshowRec.h"
@@ -8,8 +7,6 @@
 #include "toolkit/WtDraw.h"
 
 namespace {
-
-int Ceil(int a, int b) { return (a + b - 1) / b; }
 
 // "slSize" of a bar, when it differs from what it was given last.
 void SetSize(WFshow_View view, std::int32_t element, int& last, std::int32_t value) {
@@ -43,27 +40,6 @@ void WFshow_SetFirstValues(WFshow_View view) {
     view->firstRow = std::clamp(middle - visible / 2, view->minRow, view->maxRow + 1 - visible);
   }
   view->fitPending = visible <= 0;
-}
-
-void WFshow_SetPanelValues(WFshow_View view) {
-  view->panel.clear();
-  view->panelX = view->panelY = view->panelWidth = view->panelColumns = view->panelRows = 0;
-  view->panelHeight = 2;
-  if (view->mode != WFshow_kEditMode) return;
-  for (WFfolder_FolderKind kind = 0; kind <= kWFfolderMaxKind; ++kind)
-    if (WFfolder_InsertableKind(kind) && !WFfolder_UserDefKind(kind)) view->panel.push_back({kind, {}});
-  const WFconfig_Entry* e = nullptr;
-  for (bool more = WFconfig_GetFirstEntry(e); more; more = WFconfig_GetNextEntry(e))
-    view->panel.push_back({e->outs > 0 ? kWFfolderUserDef : kWFfolderUserDefEnd, e->shortDesc});
-  const int count = static_cast<int>(view->panel.size()), width = view->draw->width;
-  view->panelColumns = std::clamp(width / WFshow_kPanelPitch, 1, std::max(count, 1));
-  view->panelRows = Ceil(count, view->panelColumns);
-  view->panelWidth = view->panelColumns * WFshow_kPanelPitch;
-  view->panelX = (width - view->panelWidth) / 2;
-  view->panelY = 2;
-  // Rows stand at the panel's pitch, but the height counts them at the
-  // icon's size: the panel's last row reaches into the graph's lowest row.
-  view->panelHeight = view->panelRows * WFshow_kIconArea + 7;
 }
 
 void WFshow_ConfigureHandler(Widget w, std::uintptr_t data) {
@@ -126,4 +102,6 @@ void WFshow_ScrollCB(I_Context, std::int32_t number, std::int32_t value, std::ui
   view->scrolling = true;
   WtDraw_ScrollWindowArea(w, a.x, a.y, a.width, a.height, dx, dy);
   view->scrolling = false;
+  // What edit mode draws over the graph doesn't scroll with it.
+  WFshow_RedrawEditMode(view);
 }

@@ -8,6 +8,7 @@
 #include "base/DirAcces.h"
 #include "base/Messages.h"
 #include "image/SImage.h"
+#include "manager/WFstatusContent.h"
 #include "manager/WFstatusPrivate.h"
 #include "watch/WFjobStat.h"
 #include "workflow/WFtvwCfg.h"
@@ -103,6 +104,7 @@ std::uint8_t WFstatus_FolderStatus(WFfolder folder, bool fresh) {
 bool WFstatus_FolderEmpty(WFfolder folder) {
   if (folder == nullptr) return true;
   const std::string path = WFstatus_PathOf(folder);
+  if (WFfolder_Kind(folder) == kWFfolderCheck) return WFstatus_CheckListEmpty(path);
   if (!WFfolder_SubdirMode(folder)) return !WFstatus_DirHoldsFiles(path, nullptr);
   return !WFstatus_DirHoldsFiles(path, [folder](const std::string& name) { return !WFtvwCfg_OmitDir(folder, name); });
 }

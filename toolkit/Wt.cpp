@@ -13,11 +13,13 @@
 #include "toolkit/CWLabel.h"
 #include "toolkit/CWList.h"
 #include "toolkit/CWPush.h"
+#include "toolkit/CWRadio.h"
 #include "toolkit/CWShell.h"
 #include "toolkit/CWSlider.h"
 #include "toolkit/CWTable.h"
 #include "toolkit/CWTextIO.h"
 #include "toolkit/CWToggle.h"
+#include "toolkit/CWTree.h"
 #include "toolkit/WtBase.h"
 #include "toolkit/WtWnds.h"
 
@@ -43,6 +45,8 @@ void Wt_Initialize() {
   CWList_CreateClass();
   CWSlider_CreateClass();
   CWABox_CreateClass();
+  CWRadio_CreateClass();
+  CWTree_CreateClass();
 }
 
 Widget Wt_CreateWidget(Widget parent, Classes_ClassPtr cls, SAttribs attrList) {

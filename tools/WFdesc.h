@@ -80,10 +80,19 @@ bool WFdesc_Parse(const char* text, std::size_t length, WFdesc_Description& desc
 // beginning with ".", shorter than a name's bound.
 bool WFdesc_ValidWorkflowName(StrIn name);
 
+// A folder of the workflow and the line of the description it stands for.
+struct WFdesc_Made {
+  WFfolder folder;
+  const WFdesc_Folder* line;
+};
+
 // Changes `workflow` (new, or read from disk) to match `description` and
 // marks it modified when anything changed; the folders taken out are added
-// to `removed` (they are on the workflow's list of folders to remove). False
-// with the first fault in `error`; the workflow is then half changed and is
-// to be thrown away, not installed.
+// to `removed` (they are on the workflow's list of folders to remove). The
+// workflow's end directory is an end folder (kind 43), as a rebuild reads it
+// back. `made`, when given, gets the folder of every line ("end" lines: the
+// end directory). False with the first fault in `error`; the workflow is
+// then half changed and is to be thrown away, not installed.
 bool WFdesc_Apply(const WFdesc_Description& description, WFbase workflow,
-                  std::vector<WFfolder>& removed, WFdesc_Error& error);
+                  std::vector<WFfolder>& removed, WFdesc_Error& error,
+                  std::vector<WFdesc_Made>* made = nullptr);

@@ -316,10 +316,17 @@ struct Applier {
     for (WFbase_FolderList entry = list; entry != nullptr; entry = entry->next) old.push_back(entry->folder);
     WFbase_DestroyFolderList(list);
     std::set<WFfolder> taken;
+    // The end directory as a rebuild reads it back: an end folder. A new
+    // workflow's invisible end there makes way for it; it is no folder of
+    // the description's, and its directory stays.
     PathStr outdirPath;
     WFbase_GetDefaultOutdir(workflow, outdirPath);
     outdir = WFbase_FindFolder(workflow, outdirPath);
-    if (outdir == nullptr) outdir = WFbase_CreateInvisibleEnd(workflow);
+    if (WFfolder_Kind(outdir) != kWFfolderEnd) {
+      taken.insert(outdir);
+      WFbase_AddFolderToRemove(workflow, outdir);
+      outdir = WFbase_CreateFolder(workflow, kWFfolderEnd, SAutoRcF_Nil(), outdirPath, false);
+    }
     taken.insert(outdir);
     // Each folder found again or made; then, with all of them there, the
     // parameters and outs of each.
@@ -359,8 +366,13 @@ struct Applier {
 }  // namespace
 
 bool WFdesc_Apply(const WFdesc_Description& description, WFbase workflow,
-                  std::vector<WFfolder>& removed, WFdesc_Error& error) {
+                  std::vector<WFfolder>& removed, WFdesc_Error& error, std::vector<WFdesc_Made>* made) {
   error = WFdesc_Error{};
   Applier applier{description, workflow, removed, error};
-  return applier.Kinds() && applier.Graph() && applier.Build();
+  if (!(applier.Kinds() && applier.Graph() && applier.Build())) return false;
+  if (made != nullptr) {
+    made->clear();
+    for (const Node& node : applier.nodes) made->push_back({node.isEnd ? applier.outdir : node.folder, node.line});
+  }
+  return true;
 }

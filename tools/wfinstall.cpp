@@ -14,12 +14,15 @@
 // in memory by the description, and installed, which writes only what
 // changed. A folder that the change (or the removal) would delete while it
 // still holds files is refused, and nothing is written, unless -f is given;
-// so is a workflow locked against changes. An install tells the watch demon;
+// so is a workflow locked against changes. Before anything is written the
+// workflow must pass the checks of WFtest (also with -c): a refusal names
+// the check's fault and the folder's line. An install tells the watch demon;
 // when none runs it starts one, unless -n is given.
 //
 // Results go to standard output, failures to standard error. Exit status:
 // 0 success, 1 a reported failure (a bad description or command line, a
 // refusal, an install that failed part way), 2 an internal error.
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <iterator>
@@ -39,6 +42,7 @@
 #include "tools/WFdesc.h"
 #include "tools/WFsyncRun.h"
 #include "workflow/AutoMisc.h"
+#include "workflow/WFtest.h"
 
 namespace {
 
@@ -61,6 +65,8 @@ constexpr unsigned kNotInstalled = 26;   // with the workflow
 constexpr unsigned kNotRemoved = 27;     // with the workflow
 constexpr unsigned kNoWorkflow = 28;     // with the workflow
 constexpr unsigned kLocked = 29;         // with the workflow
+// messages: wfinstall 30
+constexpr unsigned kRefused = 30;        // with the folder's name
 
 enum class Action { Install, Check, Remove, Sync };
 
@@ -226,7 +232,17 @@ bool Install(const Options& options) {
   WFbase workflow = Open(name, WFbase_NoAnswer);
   if (workflow == WFbase_NilWorkflow()) return false;
   std::vector<WFfolder> removed;
-  bool ok = WFdesc_Apply(description, workflow, removed, error) || fault();
+  std::vector<WFdesc_Made> made;
+  bool ok = WFdesc_Apply(description, workflow, removed, error, &made) || fault();
+  if (ok && !WFtest_CheckWorkflow(nullptr, workflow)) {
+    // The check has told what is wrong; the tool tells where.
+    const WFfolder faulty = WFtest_FaultyFolder();
+    const auto at = std::find_if(made.begin(), made.end(), [&](const WFdesc_Made& m) { return m.folder == faulty; });
+    error.line = at != made.end() ? at->line->line : description.lines;
+    Messages_GetMsg(section, kRefused, error.text);
+    SPrintf_String(error.text, at != made.end() ? StrIn(at->line->name) : StrIn(WFdesc_outdir));
+    ok = fault();
+  }
   if (ok && options.action == Action::Check) {
     Say(stdout, kValid, options.file);
   } else if (ok) {
@@ -297,6 +313,7 @@ int main(int argc, char** argv) {
   RWbase_Init();
   WFdesc_Init();
   WFsync_Init();
+  WFtest_Init();
   Messages_UseMsgCat("WFINSTALLmsg");
   // Anything that does not explicitly succeed leaves with 1.
   Processe_SetExitStatus(1);

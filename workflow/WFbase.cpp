@@ -76,6 +76,7 @@ void WFbase_Init() {
 
 void WFbase_RegisterHooks(const WFbase_Hooks& hooks) { WFbase_hooks = hooks; }
 void WFbase_RegisterGroupProc(WFbase_GroupProc proc) { WFbase_hooks.group = proc; }
+void WFbase_RegisterShowProc(WFbase_ShowProc proc) { WFbase_hooks.show = proc; }
 
 // --- Shared helpers --------------------------------------------------------------------------
 

@@ -127,6 +127,8 @@ struct WFbase_Hooks {
 void WFbase_RegisterHooks(const WFbase_Hooks& hooks);
 // Only the group hook (the groups module registers itself).
 void WFbase_RegisterGroupProc(WFbase_GroupProc proc);
+// Only the hook that shows messages (the window shows them in boxes).
+void WFbase_RegisterShowProc(WFbase_ShowProc proc);
 
 // The start folder's demon entry, kept by the start folder's front end: the
 // workflow's name, the files the start takes and leaves, whether it watches

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <map>
 #include <regex>
+#include <set>
 
 #include "tests/support/Services.h"
 #include "tests/support/TestFiles.h"
@@ -245,6 +246,61 @@ TEST_F(Wfinstall, BadDescriptionsNameTheirLineAndWriteNothing) {
   EXPECT_EQ(check.status, 0) << check.err;
   EXPECT_TRUE(fs::is_empty(projects));
   EXPECT_EQ(Tool({"-x"}).status, 1);
+}
+
+// The checks of a workflow refuse before anything is written, with their
+// message and the folder's line; -c checks the same.
+TEST_F(Wfinstall, TheChecksRefuseAWorkflowBeforeAnythingIsWritten) {
+  struct Case {
+    std::string text, message, line;  // message and line empty: it passes
+    std::string notTold = {};
+  };
+  const std::string twice = "The Duplicate folder sends its files twice to ";
+  const std::string extended = "The Sort folder sorts by extended file names, but the start folder does not extend "
+                               "them (EXTENDFILENAMES).";
+  const std::string format = "The ICopy folder's input expression does not take the files of format .ps that "
+                             "reach it.";
+  const std::string subdirs = "The Remote Copy folder takes over sub-directories only in job ticket mode.";
+  const Case cases[] = {
+      {"start s -> d\nduplicate d -> outdir outdir\n", twice, "line 2: The folder d"},
+      {"start s -> d\nduplicate d -> e outdir\nend e\n", twice, "line 2: The folder d"},
+      {"start s -> x\nsort x MODE=2\n", extended, "line 2: The folder x"},
+      {"start s -> x EXTENDFILENAMES=_TRUE_\nsort x MODE=2\n", "", ""},
+      {"start s -> i FILEMODE=3\nicopy i -> outdir INREGEXPR=\\.tif$\n", format, "line 2: The folder i"},
+      {"start s -> w FILEMODE=3\nswitch w -> i outdir MODE=1\nicopy i -> outdir INREGEXPR=\\.tif$\n", "", ""},
+      {"start s -> i FILEMODE=3\nicopy i -> outdir INREGEXPR=\\.ps$\n", "", ""},
+      {"start s -> r\n\"remote copy\" r -> outdir TAKEOVERSUBDIRS=_TRUE_\n", subdirs, "line 2: The folder r"},
+      {"start s -> r MODE=3\n\"remote copy\" r -> outdir TAKEOVERSUBDIRS=_TRUE_\n", "", ""},
+      // After the first out that fails, the second is not looked at.
+      {"start s -> d\nduplicate d -> x r\nsort x MODE=2\n\"remote copy\" r -> outdir TAKEOVERSUBDIRS=_TRUE_\n",
+       extended, "line 3: The folder x", subdirs},
+  };
+  const auto everything = [&] {
+    std::set<std::string> paths = {FileText(site.Path() + "/env/tvwatchd.cfg")};
+    for (const auto& entry : fs::recursive_directory_iterator(projects)) paths.insert(entry.path());
+    return paths;
+  };
+  int n = 0;
+  for (const Case& c : cases) {
+    const std::string name = "c" + std::to_string(n++);
+    const auto before = everything();
+    const RunResult check = Install(c.text, {"-c", "-w", name});
+    const RunResult install = Install(c.text, {"-n", "-w", name});
+    if (c.message.empty()) {
+      EXPECT_EQ(check.status, 0) << c.text << check.err;
+      EXPECT_EQ(install.status, 0) << c.text << install.err;
+      EXPECT_TRUE(fs::exists(projects + "/workflow/" + name));
+      continue;
+    }
+    for (const RunResult& r : {check, install}) {
+      EXPECT_EQ(r.status, 1) << c.text;
+      EXPECT_EQ(r.out, "");
+      EXPECT_TRUE(Has(r.err, c.message)) << c.text << r.err;
+      EXPECT_TRUE(Has(r.err, site.Path() + "/wf.txt, " + c.line + " does not pass the checks")) << r.err;
+      EXPECT_TRUE(c.notTold.empty() || !Has(r.err, c.notTold)) << r.err;
+    }
+    EXPECT_EQ(everything(), before) << c.text;
+  }
 }
 
 TEST_F(Wfinstall, TenProcessesInstallingAtOnceLoseNoDemonEntry) {

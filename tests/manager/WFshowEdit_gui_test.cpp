@@ -1,0 +1,225 @@
+// The graph view's edit mode on a private X server, driven through one
+// editing session: the panel of the kinds that may be inserted (kinds
+// whose command isn't installed greyed out), the trash can, also after a
+// scroll, the marks the checks put on folders, and the places read back
+// when editing is cancelled. Pixels are read at places computed from the
+// panel's and the grid's geometry.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "base/Messages.h"
+#include "manager/WFshow.h"
+#include "manager/WFstatus.h"
+#include "tests/support/TestFiles.h"
+#include "tests/toolkit/XUser.h"
+#include "tests/toolkit/XvfbServer.h"
+#include "toolkit/CWShell.h"
+#include "toolkit/I.h"
+#include "workflow/WFplaces.h"
+#include "workflow/WFtest.h"
+// Xlib last: its macros would hide names of the headers above.
+#include <X11/Xlib.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr WFfolder_FolderKind kRename = 29, kDuplicate = 31, kSort = 44;
+
+void Init() {
+  ::setenv("MARLENV", (FLOATDECK_BINARY_DIR "/tests/env:" + std::string(getenv("MARLENV"))).c_str(), 1);
+  ::setenv("ICONS", FLOATDECK_BINARY_DIR "/icons", 1);
+  ChoosePort("TV_CCSERVER_PORT");  // no queue server
+  Messages_Init();
+  WFstatus_Init();
+  I_Init();
+  Messages_UseMsgCat("FLOATDECKmsg");
+  I_UseContextCat("IGRAPHdlg");
+  WFbase_SetFeedback(false);
+  // The installation holds the commands of rename and sort only; every
+  // module kind has a front end, so that all may be inserted.
+  const std::string bin = std::string(getenv("MARLLIB")) + "/bin/";
+  fs::create_directories(bin);
+  for (const char* command : {"autorenm.sh", "AutoSort"}) {
+    std::ofstream(bin + command) << "#!/bin/sh\n";
+    fs::permissions(bin + command, fs::perms::owner_exec, fs::perm_options::add);
+  }
+  WFshow_InitEditable();
+  for (WFmodule_Kind kind = 2; kind <= kWFmoduleMaxKind; ++kind) WFmodule_RegisterFrontend(kind, nullptr, nullptr, nullptr);
+}
+TempDir*& site = UsePrivateSiteForTests(Init);
+const bool xvfb = UseXvfb();
+
+unsigned long Rgb(unsigned r, unsigned g, unsigned b) { return (r << 16) | (g << 8) | b; }
+const unsigned long kBackground = Rgb(242, 242, 237);
+bool Colourful(unsigned long p) {
+  const unsigned r = (p >> 16) & 0xFF, g = (p >> 8) & 0xFF, b = p & 0xFF;
+  return std::max({r, g, b}) - std::min({r, g, b}) >= 40;
+}
+
+class EditMode : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    c_ = I_Create("IGraph_View", true);
+    ASSERT_TRUE(c_ != nullptr && Pump([&] { return static_cast<CWShell>(I_AccessWidget(c_, -1))->exposed; }));
+    WFshow_InitIcons();
+    draw_ = I_AccessWidget(c_, 999);
+    view_ = WFshow_CreateAndAttach(c_, WFshow_mainElements);
+    Settle();
+    const auto shell = static_cast<CWShell>(I_AccessWidget(c_, -1));
+    XResizeWindow(user_.display(), shell->outerWindow, static_cast<unsigned>(shell->width + 640 - draw_->width),
+                  static_cast<unsigned>(shell->height + 460 - draw_->height));
+    XSync(user_.display(), False);
+    ASSERT_TRUE(Pump([&] { return draw_->width == 640 && draw_->height == 460; }));
+  }
+  void TearDown() override {
+    WFshow_Show(view_, nullptr);
+    WFshow_Destroy(view_);
+    I_Destroy(c_);
+    WFbase_DestroyWorkflow(workflow_);
+  }
+  WFfolder Add(WFfolder_FolderKind kind, WFfolder from) {
+    PathStr path;
+    WFbase_BuildFolderPath(workflow_, kind, nullptr, path);
+    const WFfolder folder = WFbase_CreateFolder(workflow_, kind, SAutoRcF_Create(), path, false);
+    WFfolder_SetOutFolder(from, 1, folder);
+    return folder;
+  }
+  void Settle() {
+    XSync(user_.display(), False);
+    W_Sync(false);
+    Pump([] { return true; });
+  }
+  unsigned long Pixel(int x, int y) { return user_.Pixel(draw_, x, y); }
+  // The inner ring of a folder's frame, at its four sides.
+  bool FrameOf(WFfolder folder, unsigned long colour) {
+    int column, row, firstColumn, firstRow;
+    WFshow_GetCell(view_, folder, column, row);
+    WFshow_GetFirst(view_, firstColumn, firstRow);
+    const int x = (column - firstColumn) * 61 + 10, y = WFshow_GetPanelHeight(view_) + (row - firstRow) * 46 + 1;
+    return Pump([&] {
+      return Pixel(x + 20, y + 1) == colour && Pixel(x + 1, y + 20) == colour && Pixel(x + 39, y + 20) == colour &&
+             Pixel(x + 20, y + 39) == colour;
+    });
+  }
+  // The 35 by 35 pixels from (x, y).
+  std::vector<unsigned long> Area(int x, int y) {
+    Settle();
+    std::vector<unsigned long> pixels;
+    for (int dy = 0; dy < 35; ++dy)
+      for (int dx = 0; dx < 35; ++dx) pixels.push_back(Pixel(x + dx, y + dy));
+    return pixels;
+  }
+  // The trash can's icon area: from x 10, centred in the top 46 pixels.
+  std::vector<unsigned long> Trash() { return Area(10, draw_->height - 46 + 5); }
+
+  XUser user_;
+  I_Context c_ = nullptr;
+  Widget draw_ = nullptr;
+  WFshow_View view_ = nullptr;
+  WFbase workflow_ = WFbase_CreateWorkflow("edit", false);
+  WFfolder start_ = WFbase_StartFolder(workflow_);
+};
+
+TEST_F(EditMode, ThePanelTheTrashCanTheMarksAndThePlaces) {
+  // start -> rename -> sort.
+  const WFfolder rename = Add(kRename, start_), sort = Add(kSort, rename);
+  WFshow_Show(view_, workflow_);
+  const std::vector<unsigned long> none = Trash();
+  EXPECT_EQ(std::count(none.begin(), none.end(), kBackground), 35 * 35) << "no trash can in status mode";
+  int column, statusRow, editRow;
+  WFshow_GetFirst(view_, column, statusRow);
+  WFshow_SetMode(view_, WFshow_kEditMode);
+  WFshow_GetFirst(view_, column, editRow);
+  EXPECT_EQ(editRow, statusRow + 1) << "the picture stays over the panel";
+
+  // The kinds that may be inserted, in rows of width / 37 from the top row,
+  // centred; the height counts the rows at 35 pixels and 7 more.
+  std::vector<WFfolder_FolderKind> kinds;
+  for (WFfolder_FolderKind kind = 0; kind <= kWFfolderMaxKind; ++kind)
+    if (WFfolder_InsertableKind(kind) && !WFfolder_UserDefKind(kind)) kinds.push_back(kind);
+  const int count = static_cast<int>(kinds.size()), columns = 640 / 37, rows = (count + columns - 1) / columns;
+  ASSERT_GE(rows, 3);
+  EXPECT_EQ(WFshow_GetPanelHeight(view_), rows * 35 + 7);
+  const auto corner = [&](int index) {
+    return std::make_pair((640 - columns * 37) / 2 + index % columns * 37, 2 + (rows - 1 - index / columns) * 37);
+  };
+  Settle();
+  for (int index : {0, columns - 1, columns, count - 1}) {
+    const auto [x, y] = corner(index);
+    const unsigned long frame = Pixel(x + 18, y);
+    EXPECT_NE(frame, kBackground) << index;
+    EXPECT_TRUE(Pixel(x + 18, y + 36) == frame && Pixel(x, y + 18) == frame && Pixel(x + 36, y + 18) == frame) << index;
+  }
+  // Nothing past the last kind of the lowest row.
+  const auto [pastX, pastY] = corner(count);
+  EXPECT_TRUE(count % columns == 0 || Pixel(pastX + 18, pastY + 36) == kBackground);
+  // An installed kind shows its icon, one whose command is missing its
+  // grey form.
+  const auto icon = [&](WFfolder_FolderKind kind) {
+    const auto [x, y] = corner(static_cast<int>(std::find(kinds.begin(), kinds.end(), kind) - kinds.begin()));
+    return Area(x + 1, y + 1);
+  };
+  const std::vector<unsigned long> installed = icon(kRename), missing = icon(kDuplicate);
+  EXPECT_GT(std::count_if(installed.begin(), installed.end(), Colourful), 50);
+  EXPECT_EQ(std::count_if(missing.begin(), missing.end(), Colourful), 0);
+  EXPECT_GT(std::count_if(missing.begin(), missing.end(), [](unsigned long p) { return ((p >> 8) & 0xFF) < 170; }), 20);
+  // The trash can at the top left.
+  const std::vector<unsigned long> trash = Trash();
+  EXPECT_GT(std::count_if(trash.begin(), trash.end(), [](unsigned long p) { return p != kBackground; }), 200);
+
+  // A sort by extended names behind a start that makes none: the check
+  // marks it; marks by hand move the marks; a check that passes clears them.
+  const unsigned long grey = Rgb(112, 112, 112), blue = Rgb(32, 32, 230);
+  WFfolder_SetStringOpt(sort, "MODE", "2");
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(WFtest_CheckWorkflow(view_, workflow_));
+  EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+  EXPECT_TRUE(FrameOf(sort, blue) && FrameOf(rename, grey) && FrameOf(start_, grey));
+  WFshow_MarkFolders(view_, start_, rename);
+  EXPECT_TRUE(FrameOf(sort, grey) && FrameOf(rename, blue) && FrameOf(start_, blue));
+  WFfolder_SetStringOpt(start_, "EXTENDFILENAMES", "_TRUE_");
+  EXPECT_TRUE(WFtest_CheckWorkflow(view_, workflow_));
+  EXPECT_TRUE(FrameOf(sort, grey) && FrameOf(rename, grey) && FrameOf(start_, grey));
+
+  // Wider than the window: the trash can stays where it is when the graph
+  // scrolls a column on.
+  WFfolder last = rename;
+  for (int i = 0; i < 13; ++i) last = Add(kRename, last);
+  WFfolder_SetOutFolder(last, 1, sort);
+  WFshow_Show(view_, workflow_);
+  const std::vector<unsigned long> before = Trash();
+  const Widget bar = I_AccessWidget(c_, 997);
+  user_.ClickAt(bar, bar->width - bar->height / 2, bar->height / 2);
+  ASSERT_TRUE(Pump([&] {
+    int first, row;
+    WFshow_GetFirst(view_, first, row);
+    return first == 1;
+  }));
+  EXPECT_EQ(Trash(), before);
+
+  // Cancelled editing reads the places back from the file.
+  PathStr startDir, path;
+  WFbase_GetStartPath("edit", startDir);
+  fs::create_directories(StrIn(startDir).Str());
+  WFfolder_GetPath(sort, path);
+  std::ofstream(StrIn(startDir).Str() + "/" + WFplaces_fileName) << "edit\n" << StrIn(path).Str() << " 1 2\n";
+  WFshow_ResetPlaces(view_);
+  int row;
+  WFshow_GetCell(view_, sort, column, row);
+  EXPECT_EQ(std::make_pair(column, row), std::make_pair(16, 50));
+
+  // Status mode has no marks, no panel and no trash can.
+  WFshow_MarkFolders(view_, rename, nullptr);
+  WFshow_SetMode(view_, WFshow_kStatusMode);
+  EXPECT_EQ(WFshow_GetPanelHeight(view_), 2);
+  EXPECT_TRUE(FrameOf(rename, grey));
+  EXPECT_EQ(Trash(), none);
+}
+
+}  // namespace
