@@ -12,6 +12,7 @@
 #include "toolkit/CWSlider.h"
 #include "toolkit/WtColors.h"
 #include "toolkit/WtDraw.h"
+#include "toolkit/WtIconList.h"
 #include "toolkit/WtEvents.h"
 #include "toolkit/WtGuiLog.h"
 #include "toolkit/WtWnds.h"
@@ -20,8 +21,7 @@ Classes_ClassPtr CWTable_class = nullptr;
 
 struct CWTable_State {
   std::vector<WtTableD_Record*> rows;  // in the order shown
-  std::vector<W_Pixmap> icons;
-  bool iconsLoaded = false;
+  WtIconList icons;
   std::vector<int> columnX, columnWidth;  // in the window
   std::size_t top = 0;                    // the first row shown
   std::size_t anchor = 0;                 // where a Shift range starts
@@ -73,50 +73,16 @@ int LineHeight(int size, bool mono, int* descent = nullptr) {
   return ascent + down;
 }
 
-void LoadIcons(CWTable t) {
-  CWTable_State& s = *t->state;
-  if (s.iconsLoaded) return;
-  s.iconsLoaded = true;
-  const std::string path = CAttribs_Text(t->iconPath).Str();
-  for (const CAttribs_String& list : t->iconList) {
-    const std::string names = CAttribs_Text(list).Str();
-    std::size_t at = 0;
-    while ((at = names.find_first_not_of(" \t", at)) != std::string::npos) {
-      const std::size_t end = std::min(names.find_first_of(" \t", at), names.size());
-      std::string name = names.substr(at, end - at);
-      if (!path.empty() && name[0] != '/') name = path + "/" + name;
-      int width, height;
-      s.icons.push_back(WtDraw_LoadIcons(name, width, height));
-      at = end;
-    }
-  }
-}
-
-void ReleaseIcons(CWTable t) {
-  for (W_Pixmap& icon : t->state->icons) WtDraw_ReleaseIcons(icon);
-  t->state->icons.clear();
-  t->state->iconsLoaded = false;
-}
+void ReleaseIcons(CWTable t) { t->state->icons.Release(); }
 
 W_Pixmap Icon(CWTable t, int index, int& width, int& height) {
-  width = height = 0;
-  LoadIcons(t);
-  if (index < 0 || static_cast<std::size_t>(index) >= t->state->icons.size()) return 0;
-  const W_Pixmap icon = t->state->icons[static_cast<std::size_t>(index)];
-  if (icon != 0) W_GetPixmapGeometry(icon, width, height);
-  return icon;
+  return t->state->icons.Get(t->iconPath, t->iconList, index, width, height);
 }
 
 int RowHeight(CWTable t) {
   if (t->rowHeight > 0) return t->rowHeight;
   int h = std::max(LineHeight(t->fontSize, t->fontFixed), static_cast<int>(t->cellHeight));
-  if (!t->ignoreIconHeights && t->realized) {
-    LoadIcons(t);
-    for (const W_Pixmap icon : t->state->icons) {
-      int width, height;
-      if (icon != 0 && W_GetPixmapGeometry(icon, width, height)) h = std::max(h, height);
-    }
-  }
+  if (!t->ignoreIconHeights && t->realized) h = std::max(h, t->state->icons.TallestHeight(t->iconPath, t->iconList));
   return h + 2 * t->cellVertBorder;
 }
 

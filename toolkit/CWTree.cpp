@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <sstream>
 #include <vector>
 
 #include "base/Messages.h"
@@ -12,6 +11,7 @@
 #include "toolkit/CWTable.h"
 #include "toolkit/WtColors.h"
 #include "toolkit/WtDraw.h"
+#include "toolkit/WtIconList.h"
 #include "toolkit/WtGuiLog.h"
 #include "toolkit/WtWnds.h"
 
@@ -34,8 +34,7 @@ struct Row {
 struct CWTree_State {
   CWTree_Node* first = nullptr;  // not owned
   std::vector<Row> rows;
-  std::vector<W_Pixmap> icons;
-  bool iconsLoaded = false;
+  WtIconList icons;
   std::size_t top = 0;  // the first row shown
   bool focused = false;
   bool dragging = false;  // the scroll bar's thumb
@@ -76,33 +75,10 @@ void MakeRows(CWTree t) {
   AddRows(s, s.first, 0, -1, more);
 }
 
-void LoadIcons(CWTree t) {
-  CWTree_State& s = *t->state;
-  if (s.iconsLoaded) return;
-  s.iconsLoaded = true;
-  const std::string dir = CAttribs_Text(t->iconPath).Str();
-  for (const CAttribs_String& list : t->iconList) {
-    std::istringstream names(CAttribs_Text(list).Str());
-    for (std::string name; names >> name;) {
-      int width, height;
-      s.icons.push_back(WtDraw_LoadIcons(dir.empty() || name[0] == '/' ? name : dir + "/" + name, width, height));
-    }
-  }
-}
-
-void ReleaseIcons(CWTree t) {
-  for (W_Pixmap& icon : t->state->icons) WtDraw_ReleaseIcons(icon);
-  t->state->icons.clear();
-  t->state->iconsLoaded = false;
-}
+void ReleaseIcons(CWTree t) { t->state->icons.Release(); }
 
 W_Pixmap Icon(CWTree t, std::int32_t index, int& width, int& height) {
-  width = height = 0;
-  LoadIcons(t);
-  if (index < 0 || static_cast<std::size_t>(index) >= t->state->icons.size()) return 0;
-  const W_Pixmap icon = t->state->icons[static_cast<std::size_t>(index)];
-  if (icon != 0) W_GetPixmapGeometry(icon, width, height);
-  return icon;
+  return t->state->icons.Get(t->iconPath, t->iconList, index, width, height);
 }
 
 // The path of a row's node: the texts from the top down, joined by "/".
@@ -126,13 +102,7 @@ int LineHeight(CWTree t, int* descent = nullptr) {
 
 int RowHeight(CWTree t) {
   int h = LineHeight(t);
-  if (t->realized) {
-    LoadIcons(t);
-    for (const W_Pixmap icon : t->state->icons) {
-      int width, height;
-      if (icon != 0 && W_GetPixmapGeometry(icon, width, height)) h = std::max(h, height);
-    }
-  }
+  if (t->realized) h = std::max(h, t->state->icons.TallestHeight(t->iconPath, t->iconList));
   return h + 2 * std::max(t->itemVertBorder, 0);
 }
 
