@@ -67,9 +67,7 @@ class Installation : public ::testing::Environment {
   void SetUp() override {
     root = new TempDir;
     site = new FlowSite(root->Path());
-    ::setenv("HOME", root->Make("home").c_str(), 1);
-    fs::create_directories(site->Path("lib"));
-    fs::create_symlink(FLOATDECK_BINARY_DIR "/icons", site->Path("lib/icons"));
+    site->PrepareWindows();
     std::ofstream(site->Path("cmds/slowstep")) << kSlowStep;
     fs::permissions(site->Path("cmds/slowstep"), fs::perms::owner_all);
     std::ofstream(site->Path("customer/floatdeck.cfg"))

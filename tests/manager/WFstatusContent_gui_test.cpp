@@ -67,10 +67,8 @@ class Installation : public ::testing::Environment {
   void SetUp() override {
     root = new TempDir;
     site = new FlowSite(root->Path());
-    ::setenv("HOME", root->Make("home/x").c_str(), 1);
+    site->PrepareWindows("home/x");
     ::setenv("MARLENV", (FLOATDECK_BINARY_DIR "/tests/env:" + site->Path("env") + ":" FLOATDECK_BINARY_DIR "/env").c_str(), 1);
-    fs::create_directories(site->Path("lib"));
-    fs::create_symlink(FLOATDECK_BINARY_DIR "/icons", site->Path("lib/icons"));
     fs::create_directories(site->Path("projects/schemes"));
     fs::copy_file(FLOATDECK_SOURCE_DIR "/scripts/sample-rename.trs", site->Path("projects/schemes/sample-rename.trs"));
     PutFile(site->Path("hold.sh"), kHold);

@@ -46,9 +46,8 @@ class Installation : public ::testing::Environment {
   void SetUp() override {
     root = new TempDir;
     site = new FlowSite(root->Path());
-    ::setenv("HOME", root->Make("home").c_str(), 1);
+    site->PrepareWindows();
     fs::create_directories(site->Path("lib/bin"));
-    fs::create_symlink(FLOATDECK_BINARY_DIR "/icons", site->Path("lib/icons"));
     fs::create_symlink(FLOATDECK_BINARY_DIR "/bin/imgview", site->Path("lib/bin/imgview"));
     ASSERT_TRUE(site->StartWorker(2) && site->StartServer() && site->StartDemon());
     std::string err;

@@ -80,6 +80,13 @@ bool FlowSite::Install(const std::string& description, const std::string& name, 
   return Run({FLOATDECK_BINARY_DIR "/bin/wfinstall", "-w", name, description}, err) == 0;
 }
 
+void FlowSite::PrepareWindows(const std::string& home) const {
+  fs::create_directories(Path(home));
+  ::setenv("HOME", Path(home).c_str(), 1);
+  fs::create_directories(Path("lib"));
+  fs::create_symlink(FLOATDECK_BINARY_DIR "/icons", Path("lib/icons"));
+}
+
 void FlowSite::StartFolders() const {
   std::vector<fs::path> marks;
   for (const auto& e : fs::recursive_directory_iterator(Path("projects")))

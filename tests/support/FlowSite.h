@@ -39,6 +39,9 @@ class FlowSite {
   bool Install(const std::string& description, const std::string& name, std::string& err) const;
   // Starts every folder of the projects directory: takes away their stop marks.
   void StartFolders() const;
+  // Ready for the manager's windows: HOME at `home` inside the site (for the
+  // program's preferences) and the build's icons in the site's lib.
+  void PrepareWindows(const std::string& home = "home") const;
   // Puts `name` into `folder` whole (written aside, then renamed into it), as
   // an operator's copy or the step before delivers it.
   void Drop(const std::string& folder, const std::string& name, const std::string& text = "x") const;
