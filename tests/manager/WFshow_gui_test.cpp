@@ -9,11 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,6 +20,7 @@
 #include "tests/support/TestFiles.h"
 #include "tests/toolkit/XUser.h"
 #include "tests/toolkit/XvfbServer.h"
+#include "tools/WFdesc.h"
 #include "toolkit/CWShell.h"
 #include "toolkit/I.h"
 #include "watch/TVWcfg.h"
@@ -63,45 +62,23 @@ std::string Path(WFfolder folder) {
   return StrIn(path).Str();
 }
 
-// A workflow in memory from the lines of a description as the install tool
-// reads them: "kind name -> out out ... KEY=VALUE ..."; "outdir" is the
-// workflow's own end.
+// A workflow in memory from a description as the install tool reads it,
+// with its folders by their names in the description.
 WFbase Build(const std::string& name, const std::string& text, std::map<std::string, WFfolder>& folders) {
+  WFdesc_Description description;
+  WFdesc_Error error;
+  std::vector<WFfolder> removed;
+  std::vector<WFdesc_Made> made;
   WFbase workflow = WFbase_CreateWorkflow(name, false);
-  const WFfolder start = WFbase_StartFolder(workflow);
-  folders = {{"outdir", WFfolder_OutFolder(start, 1)}};
-  std::vector<std::pair<WFfolder, std::vector<std::string>>> outs;
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    std::istringstream words(line.substr(0, line.find('#')));
-    std::string kindName, name, word;
-    if (!(words >> kindName >> name) || kindName == "workflow") continue;
-    WFfolder_FolderKind kind = 1;
-    for (NameStr known; kind <= kWFfolderMaxKind; ++kind) {
-      WFfolder_GetNameByKind(kind, known);
-      std::string lower(StrIn(known).View());
-      for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-      if (lower == kindName) break;
-    }
-    WFfolder folder = start;
-    if (kind != kWFfolderStart) {
-      PathStr path;
-      WFbase_BuildFolderPath(workflow, kind, nullptr, path);
-      folder = WFbase_CreateFolder(workflow, kind, SAutoRcF_Create(), path, false);
-      WFfolder_SetDefaultParams(folder);
-    }
-    folders[name] = folder;
-    outs.push_back({folder, {}});
-    while (words >> word) {
-      if (const auto is = word.find('='); is != std::string::npos)
-        WFfolder_SetStringOpt(folder, word.substr(0, is), word.substr(is + 1));
-      else if (word != "->")
-        outs.back().second.push_back(word);
-    }
-  }
-  for (const auto& [folder, targets] : outs)
-    for (std::size_t i = 0; i < targets.size(); ++i)
-      WFfolder_SetOutFolder(folder, static_cast<std::uint32_t>(i + 1), folders.at(targets[i]));
+  EXPECT_TRUE(WFdesc_Parse(text.data(), text.size(), description, error) &&
+              WFdesc_Apply(description, workflow, removed, error, &made))
+      << error.line << ": " << error.text;
+  folders.clear();
+  for (const WFdesc_Made& m : made) folders[m.line->name] = m.folder;
+  for (const WFdesc_Made& m : made)
+    for (std::size_t i = 0; i < m.line->outs.size(); ++i)
+      if (std::string(m.line->outs[i].text) == WFdesc_outdir)
+        folders[WFdesc_outdir] = WFfolder_OutFolder(m.folder, static_cast<std::uint32_t>(i + 1));
   return workflow;
 }
 
