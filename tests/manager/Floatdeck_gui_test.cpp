@@ -112,6 +112,10 @@ class Installation : public ::testing::Environment {
 const bool xvfb = UseXvfb();
 const auto* const installation = ::testing::AddGlobalTestEnvironment(new Installation);
 
+// How long a replayed line waits for its window: generous for the slow
+// sanitizer build, and within the 20 s a test's rounds wait.
+constexpr int kContextWaitMs = 15000;
+
 // The scheduler runs on this clock: the window's tasks come when a test says.
 SDateAri_Stamp now{1000, 0};
 SDateAri_Stamp Clock() { return now; }
@@ -226,7 +230,7 @@ class MainWindow : public ::testing::Test {
   // Plays lines of the GUI log as the user's input.
   bool Replay(const std::string& lines) {
     PutFile(root->Path() + "/replay.log", lines);
-    return IReplay_Start(root->Path() + "/replay.log", 2000) && Rounds([] { return !IReplay_Running(); });
+    return IReplay_Start(root->Path() + "/replay.log", kContextWaitMs) && Rounds([] { return !IReplay_Running(); });
   }
 
   XUser user_;
@@ -552,7 +556,7 @@ TEST_F(MainWindow, TheChecksComeBeforeEveryInstall) {
   // back. Then Save while still refused, and Save.
   WFbase_SetModified(D().current, true);
   PutFile(root->Path() + "/cancel.log", "AOBJ _SaveConfirm 2 0\n");
-  ASSERT_TRUE(IReplay_Start(root->Path() + "/cancel.log", 2000));
+  ASSERT_TRUE(IReplay_Start(root->Path() + "/cancel.log", kContextWaitMs));
   Widget table = I_AccessWidget(D().main, Floatdeck_kTable);
   Regions_Rect first;
   ASSERT_TRUE(CWTable_RowPlace(table, 0, first));
@@ -562,7 +566,7 @@ TEST_F(MainWindow, TheChecksComeBeforeEveryInstall) {
   for (const Floatdeck_WfEntry& e : D().list) EXPECT_EQ(e.link.selected, std::string(e.name) == "sorted") << e.name;
   const auto answer = [&](const char* button) {
     PutFile(root->Path() + "/answer.log", std::string("AOBJ _SaveConfirm 2 ") + button + "\n");
-    EXPECT_TRUE(IReplay_Start(root->Path() + "/answer.log", 2000));
+    EXPECT_TRUE(IReplay_Start(root->Path() + "/answer.log", kContextWaitMs));
     const int result = Floatdeck_SaveConfirm();
     Rounds([] { return !IReplay_Running(); });
     return result;
