@@ -246,9 +246,11 @@ void WFstatus_SetStatus(WFfolder folder, StrIn directory, WFstatus_FileList& fil
   // 1. The jobs in the queue.
   WFjobStat_Update();
   // 2. What the demon takes, whether it takes anything now, the schemes.
-  const TVWcfg_Entry* entry = WFtvwCfg_GetEntry(dir);
   const bool stopped = WFstatus_FolderStopped(folder) || WFstatus_DirHoldsMark(dir, TVWcfg_omitMark);
   const std::vector<SRename> nameSchemes = NameSchemes(folder);
+  // Last: each look-up may read a changed configuration anew, which frees
+  // the entries handed out before.
+  const TVWcfg_Entry* entry = WFtvwCfg_GetEntry(dir);
   WFtvwCfg_CfgFileID configuration;
   WFtvwCfg_GetCfgFileID(configuration);
   const bool sameConfiguration = WFtvwCfg_EqualCfgFileIDs(configuration, lastConfiguration);
