@@ -145,6 +145,7 @@ void Layout(CWTable t) {
   unsigned weights = 0;
   for (std::size_t i = 0; i < n; ++i) {
     WtTableD_Column c = WtTableD_GetColumn(Descr(t), i);
+    if (!WtTableD_ColumnShown(c)) continue;
     s.columnWidth[i] = NaturalWidth(t, c, WtTableD_FillUpWeight(c) == 0);
     used += s.columnWidth[i];
     weights += WtTableD_FillUpWeight(c);
@@ -154,13 +155,15 @@ void Layout(CWTable t) {
     // Shares in proportion; the pixels the division leaves go to the first.
     int given = 0;
     for (std::size_t i = 0; i < n; ++i) {
-      const unsigned weight = WtTableD_FillUpWeight(WtTableD_GetColumn(Descr(t), i));
+      WtTableD_Column c = WtTableD_GetColumn(Descr(t), i);
+      const unsigned weight = WtTableD_ColumnShown(c) ? WtTableD_FillUpWeight(c) : 0;
       const int share = static_cast<int>(static_cast<long long>(free) * weight / weights);
       s.columnWidth[i] += share;
       given += share;
     }
     for (std::size_t i = 0; i < n && given < free; ++i)
-      if (WtTableD_FillUpWeight(WtTableD_GetColumn(Descr(t), i)) > 0) ++s.columnWidth[i], ++given;
+      if (s.columnWidth[i] > 0 && WtTableD_FillUpWeight(WtTableD_GetColumn(Descr(t), i)) > 0)
+        ++s.columnWidth[i], ++given;
   }
   int x = a.left;
   for (std::size_t i = 0; i < n; ++i) {
@@ -637,6 +640,12 @@ void CWTable_CreateClass() {
   CWTable_class = new CWGroup_ClassRec;
   Classes_MakeClass(CWTable_class, CWGroup_class, "WTable", sizeof(CWTable_Rec), MyInitClass, MyInit, MyDestruct,
                     "TABLE");
+}
+
+void CWTable_ColumnsChanged(Widget table) {
+  CWTable t = AsTable(table);
+  Layout(t);
+  if (t->realized) Redraw(t);
 }
 
 void CWTable_RedrawColumn(Widget table, std::size_t column) {

@@ -50,6 +50,9 @@ void CWTable_CreateClass();
 // Redraws one column (by its index in the description), after the program
 // changed that field in its records.
 void CWTable_RedrawColumn(Widget table, std::size_t column);
+// Lays the columns out again and redraws, after columns were shown or hidden
+// (WtTableD_SetColumnShown).
+void CWTable_ColumnsChanged(Widget table);
 // The rows in the order shown.
 std::size_t CWTable_RowCount(Widget table);
 const WtTableD_Record* CWTable_RowRecord(Widget table, std::size_t row);

@@ -1,5 +1,6 @@
 #include "toolkit/WtTableD.h"
 
+#include <cstdio>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -15,6 +16,7 @@ struct WtTableD_ColumnRec {
   std::uint32_t offset = 0, size = 0;
   int nullWidth = 0;
   unsigned fillUp = 0;
+  bool shown = true;
   struct Entry {
     std::string text;
     int icon = -1;
@@ -25,6 +27,10 @@ struct WtTableD_ColumnRec {
 struct WtTableD_TableRec {
   std::vector<std::unique_ptr<WtTableD_ColumnRec>> columns;
   WtTableD_Column key = nullptr;
+  WtTableD_RowColorsProc rowColors = nullptr;
+  void* rowColorsData = nullptr;
+  WtTableD_CellTipProc cellTip = nullptr;
+  void* cellTipData = nullptr;
 };
 
 namespace {
@@ -87,6 +93,41 @@ WtTableD_Column WtTableD_CreateNullColumn(int width) {
   return c;
 }
 
+WtTableD_Column WtTableD_CreateProgressColumn(StrIn header, std::uint32_t offset, int width) {
+  WtTableD_Column c = Make(WtTableD_kProgress, header, offset, sizeof(double));
+  c->nullWidth = width;
+  return c;
+}
+
+void WtTableD_SetColumnShown(WtTableD_Column column, bool shown) { column->shown = shown; }
+bool WtTableD_ColumnShown(WtTableD_Column column) { return column->shown; }
+
+void WtTableD_SetRowColorsProc(WtTableD_Table table, WtTableD_RowColorsProc proc, void* data) {
+  table->rowColors = proc;
+  table->rowColorsData = data;
+}
+
+void WtTableD_SetCellTipProc(WtTableD_Table table, WtTableD_CellTipProc proc, void* data) {
+  table->cellTip = proc;
+  table->cellTipData = data;
+}
+
+bool WtTableD_RowColors(WtTableD_Table table, const WtTableD_Record* record, W_Color& background, W_Color& text) {
+  return table != nullptr && table->rowColors != nullptr && table->rowColors(record, table->rowColorsData, background, text);
+}
+
+std::string WtTableD_CellTip(WtTableD_Table table, const WtTableD_Record* record, std::size_t column) {
+  return table != nullptr && table->cellTip != nullptr ? table->cellTip(record, column, table->cellTipData)
+                                                       : std::string();
+}
+
+double WtTableD_CellProgress(WtTableD_Column column, const WtTableD_Record* record) {
+  if (column->kind != WtTableD_kProgress) return -1.0;
+  double v;
+  std::memcpy(&v, Field(column, record), sizeof v);
+  return v;
+}
+
 void WtTableD_SetSingleEnum(WtTableD_Column column, std::uint32_t value, StrIn text, int icon) {
   column->entries[value] = WtTableD_ColumnRec::Entry{text.Str(), icon};
 }
@@ -123,6 +164,13 @@ WtTableD_Column WtTableD_KeyColumn(WtTableD_Table table) { return table != nullp
 std::string WtTableD_CellText(WtTableD_Column column, const WtTableD_Record* record) {
   switch (column->kind) {
     case WtTableD_kString: return Text(column, record);
+    case WtTableD_kProgress: {
+      const double v = WtTableD_CellProgress(column, record);
+      if (v < 0) return {};
+      char text[32];
+      std::snprintf(text, sizeof text, "%3.1f%%", v);
+      return text;
+    }
     case WtTableD_kEnum: {
       const auto found = column->entries.find(EnumValue(column, record));
       return found != column->entries.end() ? found->second.text : std::string();
@@ -142,6 +190,10 @@ int WtTableD_Compare(WtTableD_Column column, const WtTableD_Record* a, const WtT
     case WtTableD_kString: return Text(column, a).compare(Text(column, b));
     case WtTableD_kEnum: {
       const std::uint32_t x = EnumValue(column, a), y = EnumValue(column, b);
+      return x < y ? -1 : x > y ? 1 : 0;
+    }
+    case WtTableD_kProgress: {
+      const double x = WtTableD_CellProgress(column, a), y = WtTableD_CellProgress(column, b);
       return x < y ? -1 : x > y ? 1 : 0;
     }
     default: return 0;

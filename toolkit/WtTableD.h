@@ -10,6 +10,8 @@
 //                  a value without an entry shows nothing
 //   string column: a text field (at most `size` bytes, UTF-8)
 //   null column:   an empty column of a fixed width
+//   progress column: a double field, a percentage (0 to 100, below 0
+//                  nothing); drawn as a bar with its percentage "%3.1f%"
 //
 // Free width goes to the columns with a fill-up weight, in proportion. The
 // key column identifies a record across new lists: the row at the top
@@ -22,6 +24,7 @@
 
 #include "base/Strings.h"
 #include "toolkit/I.h"
+#include "toolkit/W.h"
 
 struct WtTableD_Record {
   WtTableD_Record* next;
@@ -47,6 +50,8 @@ void WtTableD_DestroyTableDef(WtTableD_Table& table);
 WtTableD_Column WtTableD_CreateEnumColumn(StrIn header, std::uint32_t offset, std::uint32_t size);
 WtTableD_Column WtTableD_CreateStringColumn(StrIn header, std::uint32_t offset, std::uint32_t size);
 WtTableD_Column WtTableD_CreateNullColumn(int width);
+// A progress column of `width` pixels over a double field.
+WtTableD_Column WtTableD_CreateProgressColumn(StrIn header, std::uint32_t offset, int width);
 // The text and icon (-1 none) of an enum value; the local form takes the
 // text of a message of the catalogs.
 void WtTableD_SetSingleEnum(WtTableD_Column column, std::uint32_t value, StrIn text, int icon);
@@ -57,20 +62,40 @@ void WtTableD_SetFillUpWeight(WtTableD_Column column, unsigned weight);
 void WtTableD_AddColumn(WtTableD_Table table, WtTableD_Column column);
 // The column that identifies a record (a string or enum column of the table).
 void WtTableD_SetKeyColumns(WtTableD_Table table, WtTableD_Column key);
+// Columns are shown at first; a hidden one takes no width (tell the widget
+// with CWTable_ColumnsChanged).
+void WtTableD_SetColumnShown(WtTableD_Column column, bool shown);
+
+// The program's colours of a record's row, its background and its text;
+// false keeps the table's own.
+using WtTableD_RowColorsProc = bool (*)(const WtTableD_Record* record, void* data, W_Color& background,
+                                        W_Color& text);
+void WtTableD_SetRowColorsProc(WtTableD_Table table, WtTableD_RowColorsProc proc, void* data);
+// The tool tip of a cell (the column by its index in the description); ""
+// shows none.
+using WtTableD_CellTipProc = std::string (*)(const WtTableD_Record* record, std::size_t column, void* data);
+void WtTableD_SetCellTipProc(WtTableD_Table table, WtTableD_CellTipProc proc, void* data);
 // Gives the table widget of element `element` this description.
 void WtTableD_SetTableDescription(I_Context context, std::int32_t element, WtTableD_Table table);
 
 // --- Reading descriptions (the widget) --------------------------------------------------------
 
-enum WtTableD_Kind : std::uint8_t { WtTableD_kEnum, WtTableD_kString, WtTableD_kNull };
+enum WtTableD_Kind : std::uint8_t { WtTableD_kEnum, WtTableD_kString, WtTableD_kNull, WtTableD_kProgress };
 
 std::size_t WtTableD_ColumnCount(WtTableD_Table table);
 WtTableD_Column WtTableD_GetColumn(WtTableD_Table table, std::size_t index);
 WtTableD_Kind WtTableD_KindOf(WtTableD_Column column);
 StrIn WtTableD_Header(WtTableD_Column column);
 unsigned WtTableD_FillUpWeight(WtTableD_Column column);
-// A null column's width.
+// A null or progress column's width.
 int WtTableD_NullWidth(WtTableD_Column column);
+bool WtTableD_ColumnShown(WtTableD_Column column);
+// A progress column's percentage for a record (below 0: nothing to show).
+double WtTableD_CellProgress(WtTableD_Column column, const WtTableD_Record* record);
+// The row's colours through the table's procedure; false: the table's own.
+bool WtTableD_RowColors(WtTableD_Table table, const WtTableD_Record* record, W_Color& background, W_Color& text);
+// The cell's tip through the table's procedure; "" when none.
+std::string WtTableD_CellTip(WtTableD_Table table, const WtTableD_Record* record, std::size_t column);
 // The key column, or nil.
 WtTableD_Column WtTableD_KeyColumn(WtTableD_Table table);
 // What a record shows in a column: its text, and for enum columns the icon
