@@ -83,10 +83,14 @@ std::string ComputeDistLocation() {
     if (program.empty()) FatalEnvironment("Cant't find program along $PATH. Aborting");
   }
 
-  // 3. Its directory, absolute; a "PSimage" directory counts one level up.
+  // 3. The directory of the program's real file, absolute; a "PSimage"
+  // directory counts one level up. Links are resolved, the program's own as
+  // well as its directory's: a link to the program in a directory on PATH,
+  // or a link to the installation's bin/, leads to the installation itself.
+  char real[PATH_MAX];
+  if (::realpath(program.c_str(), real) != nullptr) program = real;
   std::string dir = program.substr(0, program.rfind('/') == std::string::npos ? 0 : program.rfind('/'));
   if (dir.empty()) dir = program.find('/') == 0 ? "/" : ".";
-  char real[PATH_MAX];
   if (::realpath(dir.c_str(), real) != nullptr) dir = real;
   if (dir.size() >= 8 && dir.compare(dir.size() - 8, 8, "/PSimage") == 0) dir.resize(dir.size() - 8);
   const std::string path = EnvValue("PATH");

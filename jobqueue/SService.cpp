@@ -10,10 +10,12 @@
 
 void SService_Start(int argc, const char* const* argv) {
   Argument_Init(argc, argv);
-  Processe_SetExitStatus(1);
   Messages_Init();
   Processe_SetApplicationType(kProcesseDemonType);
+  // A service held by the stop file ends here with status 0: no failure, so
+  // that a supervisor (systemd) does not start it again and again.
   Processe_Init();
+  Processe_SetExitStatus(1);
   DirAcces_Init();
 }
 

@@ -7,8 +7,9 @@
 #include "jobqueue/SServer.h"
 
 // Starts the modules of a demon: arguments, messages, the process (stop file,
-// run file) and the directories. The exit status is 1 until the caller sets
-// another, so a service that does not come up fails.
+// run file) and the directories. The stop file ends the process with status
+// 0; after it the exit status is 1 until the caller sets another, so a
+// service that does not come up fails.
 void SService_Start(int argc, const char* const* argv);
 // Listens on the port of `protocol` at `address` ("" every interface). When
 // the port can't be had, message 1 of `owner` (with the port in its "%d")

@@ -13,12 +13,20 @@
 # private X server, where a picture of it is taken (sandbox/floatdeck.png,
 # or the file named by DEMO_SCREENSHOT, which also takes it when a display
 # is there: DEMO_SCREENSHOT=docs/floatdeck.png scripts/demo.sh).
+#
+# FLOATDECK_BIN names the programs of another installation (an unpacked
+# package): they are run from there, nothing is built; DEMO_SANDBOX puts the
+# sandbox elsewhere.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/setup.sh
-scripts/build.sh build
+if [ -z "${FLOATDECK_BIN:-}" ]; then
+  scripts/setup.sh
+  scripts/build.sh build
+fi
+export FLOATDECK_BIN="${FLOATDECK_BIN:-$PWD/build/bin}"
+bin="$FLOATDECK_BIN"
 
-sandbox="$PWD/sandbox"
+sandbox="${DEMO_SANDBOX:-$PWD/sandbox}"
 # What an earlier demo left: its services, and its files.
 scripts/demo-stop.sh "$sandbox/dat"
 rm -rf "$sandbox"
@@ -26,7 +34,7 @@ mkdir -p "$sandbox/projects/workflow" "$sandbox/customer" "$sandbox/dat" "$sandb
 export TV_PROJECTS="$sandbox/projects" TV_CUSTOMER="$sandbox/customer" MARLDAT="$sandbox/dat" TMP="$sandbox/tmp"
 unset MARLENV MARLLIB CCJOB_ID CCJOB_EMPLOYER
 # The worker finds the folders' commands here.
-export PATH="$PWD/build/bin:$PATH"
+export PATH="$bin:$PATH"
 
 free_port() {
   python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])'
@@ -58,14 +66,14 @@ start_service() {
   local program=$1 port=$2
   shift 2
   echo "== $program $* (port $port)"
-  "build/bin/$program" -b 127.0.0.1 "$@" >"$MARLDAT/$program.log" 2>&1 &
+  "$bin/$program" -b 127.0.0.1 "$@" >"$MARLDAT/$program.log" 2>&1 &
   await 60 accepts "$port" || { echo "$program did not come up: $MARLDAT/$program.log" >&2; exit 1; }
 }
 start_service RMserver "$TV_RMSERVER_PORT"
 start_service CCworker "$TV_CCWORKER_PORT" -j 2
 start_service CCserver "$TV_CCSERVER_PORT"
 echo "== TVWatchD"
-build/bin/TVWatchD -b 127.0.0.1 >"$MARLDAT/TVWatchD.log" 2>&1 &
+"$bin/TVWatchD" -b 127.0.0.1 >"$MARLDAT/TVWatchD.log" 2>&1 &
 await 60 test -s "$TV_PROJECTS/.tvwatchd.info" || { echo "TVWatchD did not come up: $MARLDAT/TVWatchD.log" >&2; exit 1; }
 
 # The sample workflow: start, rename, duplicate with two outs, a filter that
@@ -76,7 +84,7 @@ echo "== wfinstall -w sample scripts/sample.wf"
 scripts/sample-workflow.sh "$TV_PROJECTS" sample
 find "$TV_PROJECTS" -name .TVWatchD_omit -delete
 echo "== Floatdeck -i sample"
-build/bin/Floatdeck -i sample || echo "(exit status $?)"
+"$bin/Floatdeck" -i sample || echo "(exit status $?)"
 
 # The manager, on the display or on a private one.
 shot="${DEMO_SCREENSHOT:-}"
@@ -90,7 +98,7 @@ else
   manager_display="$DISPLAY"
 fi
 echo "== Floatdeck sample (the workflow manager, on display $manager_display)"
-DISPLAY=$manager_display HOME="$sandbox" build/bin/Floatdeck sample 2>"$MARLDAT/Floatdeck.log" &
+DISPLAY=$manager_display HOME="$sandbox" "$bin/Floatdeck" sample 2>"$MARLDAT/Floatdeck.log" &
 manager=$!
 
 # The filter is stopped at first, so that the files pile up in it (its frame

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building and testing need on a Debian machine. Packages that
 # are there already are left alone, so a second run costs nothing.
+#   scripts/setup.sh [PACKAGE...]     the packages named are installed as well
 set -euo pipefail
 
 packages=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev python3)
@@ -14,6 +15,7 @@ packages+=(pkg-config libx11-dev libxft-dev libfontconfig-dev libxtst-dev xvfb x
 packages+=(tar)
 # Master and slave talk through ssh; the tests run their own sshd.
 packages+=(openssh-server openssh-client)
+packages+=("$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -139,8 +139,9 @@ int main(int argc, char** argv) {
   SServer server = SService_Listen(protocol, address, section);  // messages: RMserver 1
   SServer_OnConnectionGone(server, ConnectionGone, nullptr);
   SCipc pipes = DirAcces_CheckFlag("RMSERVER_USE_SCIPC_SERVICES") ? SCipc_CreateService(kSRMprotoIdentity) : SCipc_Nil();
+  Processe_SetExitStatus(0);
 
-  // Ends with SIGTERM, through the termination chain.
+  // Ends with SIGTERM, through the termination chain, with status 0.
   for (;;) {
     SServer_Request request;
     if (SServer_Next(server, kPollMs, request)) {
