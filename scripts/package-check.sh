@@ -60,7 +60,7 @@ SYSTEMD_LOG_LEVEL=warning systemd-analyze verify --man=no "$root"/units/* 2>&1 |
 [ ! -s "$root/verify" ] || fail "systemd-analyze verify has objections"
 
 echo "== lintian"
-lintian --fail-on error --no-tag-display-limit "$deb" || fail "lintian reports errors"
+lintian --fail-on error --tag-display-limit 0 "$deb" || fail "lintian reports errors"
 
 echo "== The demo's flow, from the unpacked package"
 ln -s "$root/fs$prefix/bin" "$root/bin"
