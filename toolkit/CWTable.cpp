@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,7 @@ namespace {
 
 char section[kSectionCap] = "CWTable";
 std::uint32_t descrAT;
+std::uint32_t iconAT[6];  // "iconPath" and the icon lists
 
 constexpr int kScrollBar = CWTable_scrollBarWidth;
 constexpr std::size_t kMaxRows = 10000000;  // a longer list is taken for a loop
@@ -482,8 +484,12 @@ void MySetAttr(void* object, std::uint32_t id, const void* bytes, std::uint32_t 
   CWCore_MySetAttr(object, id, bytes, size, ok);
   if (!ok) return;
   CWTable t = CWTable_Of(static_cast<Widget>(object));
-  if (id != descrAT) return Redraw(t);
-  t->state->sortColumn = -1;
+  // Other icons are loaded anew when next drawn; like a new description
+  // they may change the rows' height and the columns' widths.
+  const bool icons = std::find(std::begin(iconAT), std::end(iconAT), id) != std::end(iconAT);
+  if (id != descrAT && !icons) return Redraw(t);
+  if (icons) ReleaseIcons(t);
+  else t->state->sortColumn = -1;
   Layout(t);
   CWCore_InvalidateGeometry(t);
   Redraw(t);
@@ -557,9 +563,9 @@ void MyInitClass(Classes_ClassPtr c, void* prototype) {
   CAttribs_DefAttr(c, "oneRowBlocks", 0, &p->oneRowBlocks);
   CAttribs_DefAttr(c, "ignoreIconHeights", 0, &p->ignoreIconHeights);
   CAttribs_DefAttr(c, "dynamicRows", 0, &p->dynamicRows);
-  CAttribs_DefStrAttr(c, "iconPath", kPathCap - 1, &p->iconPath);
+  iconAT[5] = CAttribs_DefStrAttr(c, "iconPath", kPathCap - 1, &p->iconPath);
   const char* lists[] = {"iconList", "iconList1", "iconList2", "iconList3", "iconList4"};
-  for (int i = 0; i < 5; ++i) CAttribs_DefStrAttr(c, StrIn::C(lists[i]), kTextCap - 1, &p->iconList[i]);
+  for (int i = 0; i < 5; ++i) iconAT[i] = CAttribs_DefStrAttr(c, StrIn::C(lists[i]), kTextCap - 1, &p->iconList[i]);
   CAttribs_DefAttr(c, "cellVertBorder", 3, &p->cellVertBorder);
   CAttribs_DefAttr(c, "cellHoriBorder", 3, &p->cellHoriBorder);
   CAttribs_DefAttr(c, "cellHeight", 3, &p->cellHeight);

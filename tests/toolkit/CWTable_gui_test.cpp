@@ -15,6 +15,7 @@
 
 #include "tests/toolkit/TestDialogs.h"
 #include "tests/toolkit/XUser.h"
+#include "base/SIdPool.h"
 #include "toolkit/CWLabel.h"
 #include "toolkit/CWShell.h"
 #include "toolkit/I.h"
@@ -179,6 +180,15 @@ bool MakeTip(Widget& shell, Widget& label) {
   return true;
 }
 
+// The strongest of a pixel's red (0), green (1) and blue (2), clearly so;
+// -1 for greys and mixtures.
+int Hue(unsigned long pixel) {
+  const int c[3] = {static_cast<int>(pixel >> 16), static_cast<int>((pixel >> 8) & 0xFF), static_cast<int>(pixel & 0xFF)};
+  for (int i = 0; i < 3; ++i)
+    if (c[i] > 100 && c[i] > 2 * c[(i + 1) % 3] && c[i] > 2 * c[(i + 2) % 3]) return i;
+  return -1;
+}
+
 class ProgramTableTest : public TableTest {
  protected:
   static constexpr std::size_t kState = 0, kName = 1, kProgress = 2;
@@ -187,6 +197,10 @@ class ProgramTableTest : public TableTest {
     WtTableD_AddColumn(table_, progress_);
     WtTableD_SetRowColorsProc(table_, Colors, nullptr);
     WtTableD_SetCellTipProc(table_, Tip, nullptr);
+    // States on lamps, as the queue window lists its workers.
+    WtTableD_Column state = WtTableD_GetColumn(table_, kState);
+    WtTableD_SetSingleEnum(state, 0, "down", 0);
+    WtTableD_SetSingleEnum(state, 1, "up", 2);
   }
   void TearDown() override {
     if (tipShell != nullptr) Wt_DestroyWidget(tipShell);
@@ -202,8 +216,7 @@ class ProgramTableTest : public TableTest {
   bool HasRedText(const Regions_Rect& cell) {
     for (int y = cell.y + cell.height / 3; y < cell.y + 2 * cell.height / 3; ++y)
       for (int x = cell.x; x < cell.x + 30; ++x) {
-        const unsigned long p = user_.Pixel(w_, x, y);
-        if ((p >> 16) > 120 && ((p >> 8) & 0xFF) < 60 && (p & 0xFF) < 60) return true;
+        if (Hue(user_.Pixel(w_, x, y)) == 0) return true;
       }
     return false;
   }
@@ -232,6 +245,16 @@ TEST_F(ProgramTableTest, RowsInTheProgramsColoursAndProgressBars) {
   ASSERT_TRUE(Pump([] { return reports == 1; }));
   EXPECT_TRUE(Pump([&] { return user_.Pixel(w_, right, failed.y + middle) == 0x404040u; }));
   EXPECT_TRUE(HasRedText(failed));
+
+  // The lamps of an enum column: red for state 0, green for 1.
+  const char lamps[] = "lampred.pxm lampyellow.pxm lampgreen.pxm";
+  I_SetReprAttr(c_, 2, SIdPool_EnterId("iconList"), lamps, sizeof lamps);
+  const Regions_Rect down = Cell(0, kState), up = Cell(1, kState);
+  const auto lamp = [&](const Regions_Rect& cell) {
+    return user_.Pixel(w_, cell.x + 4 + 8, cell.y + cell.height / 2);  // the middle of a 16-pixel lamp
+  };
+  EXPECT_TRUE(Pump([&] { return Hue(lamp(down)) == 0; })) << std::hex << lamp(down);
+  EXPECT_EQ(Hue(lamp(up)), 1) << std::hex << lamp(up);
 
   // 42 %: the bar fills 42 % of the cell from its left (the column is wide
   // enough to keep the centred text clear of the bar's end); below 0 the
