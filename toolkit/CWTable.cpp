@@ -20,7 +20,6 @@
 
 Classes_ClassPtr CWTable_class = nullptr;
 
-
 namespace {
 
 char section[kSectionCap] = "CWTable";
@@ -196,7 +195,7 @@ std::string CellTip(CWTable t, int x, int y, std::int32_t& row, int& column) {
   row = RowAt(t, y);
   column = ColumnAt(t, x);
   std::string tip;
-  if (row >= 0 && column >= 0)
+  if (row >= 0 && column >= 0 && x < CWTable_InnerArea(t).right)
     tip = WtTableD_CellTip(Descr(t), t->state->rows[static_cast<std::size_t>(row)], static_cast<std::size_t>(column));
   if (tip.empty()) column = -1;
   return tip;

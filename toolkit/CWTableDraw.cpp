@@ -21,18 +21,24 @@ WtTableD_Table Descr(CWTable t) { return t->internTableDescr; }
 
 bool Drawn(CWTable t, std::size_t column) { return t->state->columnWidth[column] > 0; }
 
-// Clips to a rectangle inside the table: a row cut by the edge of the rows
-// must not draw over the frame.
+// A rectangle cut to the rows and the header: a row cut by the lower edge
+// must not draw over the frame, nor columns wider than the table over the
+// scroll bar.
+Regions_Rect Inside(CWTable t, int x, int bottom, int width, int height) {
+  const CWTable_Area a = CWTable_InnerArea(t);
+  return Regions_IntersectRects({x, bottom, width, height}, {a.left, a.bottom, a.right - a.left, a.top - a.bottom});
+}
+
 void Clip(CWTable t, W_GC gc, int x, int bottom, int width, int height) {
-  const int low = std::max(bottom, CWTable_InnerArea(t).bottom);
-  W_SetClipRect(gc, x, low, width, std::max(bottom + height - low, 0));
+  const Regions_Rect r = Inside(t, x, bottom, width, height);
+  W_SetClipRect(gc, r.x, r.y, std::max(r.width, 0), std::max(r.height, 0));
 }
 
 void Fill(CWTable t, W_GC gc, const W_Color& color, int x, int bottom, int width, int height) {
-  const int low = std::max(bottom, CWTable_InnerArea(t).bottom);
-  if (bottom + height <= low) return;
+  const Regions_Rect r = Inside(t, x, bottom, width, height);
+  if (r.width <= 0 || r.height <= 0) return;
   W_SetForeground(gc, color);
-  W_FillRectangle(t->window, gc, x, low, width, bottom + height - low);
+  W_FillRectangle(t->window, gc, r.x, r.y, r.width, r.height);
 }
 
 void DrawCellText(CWTable t, W_GC gc, int x, int width, int bottom, int height, int size, const std::string& text,
@@ -126,9 +132,10 @@ void ForRowsInView(CWTable t, Draw draw) {
 }
 
 void HoriLine(CWTable t, W_GC gc, int left, int right, int y) {
-  if (!t->horiLines || y < CWTable_InnerArea(t).bottom) return;
+  const CWTable_Area a = CWTable_InnerArea(t);
+  if (!t->horiLines || y < a.bottom) return;
   W_SetForeground(gc, kGrid);
-  W_DrawLine(t->window, gc, left, y, right - 1, y);
+  W_DrawLine(t->window, gc, left, y, std::min(right, a.right) - 1, y);
 }
 
 // The grid's line left of a column: between shown columns only.
@@ -137,10 +144,11 @@ void VertLine(CWTable t, W_GC gc, std::size_t column) {
   if (!t->vertLines || column >= s.columnX.size() || !Drawn(t, column)) return;
   bool first = true;
   for (std::size_t i = 0; i < column && first; ++i) first = !Drawn(t, i);
-  if (first) return;
   const CWTable_Area a = CWTable_InnerArea(t);
+  const int x = s.columnX[column] - 1;
+  if (first || x >= a.right) return;
   W_SetForeground(gc, kGrid);
-  W_DrawLine(t->window, gc, s.columnX[column] - 1, a.bottom, s.columnX[column] - 1, a.rowsTop - 1);
+  W_DrawLine(t->window, gc, x, a.bottom, x, a.rowsTop - 1);
 }
 
 void DrawRow(CWTable t, W_GC gc, std::size_t row, int bottom, int height) {

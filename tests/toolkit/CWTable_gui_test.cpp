@@ -269,7 +269,7 @@ TEST_F(ProgramTableTest, RowsInTheProgramsColoursAndProgressBars) {
   int end = bar.x + 6;
   while (end < bar.x + bar.width && user_.Pixel(w_, end, barY) == fill) ++end;
   EXPECT_NEAR(end, bar.x + 0.42 * bar.width, 3.0);
-  for (const int x : {none.x + 6, none.x + none.width / 2, none.x + none.width - 6})
+  for (const int x : {none.x + 6, none.x + none.width / 2, none.x + 3 * none.width / 4})
     EXPECT_EQ(user_.Pixel(w_, x, none.y + none.height / 2), 0xFFFFFFu) << x;
   // The column keeps its width as values change.
   rows_[3].progress = 100.0;
