@@ -183,7 +183,8 @@ bool MakeTip(Widget& shell, Widget& label) {
 // The strongest of a pixel's red (0), green (1) and blue (2), clearly so;
 // -1 for greys and mixtures.
 int Hue(unsigned long pixel) {
-  const int c[3] = {static_cast<int>(pixel >> 16), static_cast<int>((pixel >> 8) & 0xFF), static_cast<int>(pixel & 0xFF)};
+  const int c[3] = {static_cast<int>(pixel >> 16), static_cast<int>((pixel >> 8) & 0xFF),
+                    static_cast<int>(pixel & 0xFF)};
   for (int i = 0; i < 3; ++i)
     if (c[i] > 100 && c[i] > 2 * c[(i + 1) % 3] && c[i] > 2 * c[(i + 2) % 3]) return i;
   return -1;
@@ -215,9 +216,8 @@ class ProgramTableTest : public TableTest {
   // Whether the middle third of a cell's height has text in the program's red.
   bool HasRedText(const Regions_Rect& cell) {
     for (int y = cell.y + cell.height / 3; y < cell.y + 2 * cell.height / 3; ++y)
-      for (int x = cell.x; x < cell.x + 30; ++x) {
+      for (int x = cell.x; x < cell.x + 30; ++x)
         if (Hue(user_.Pixel(w_, x, y)) == 0) return true;
-      }
     return false;
   }
   // Waits, running the dialog layer's tasks (the tip's delay is one).
