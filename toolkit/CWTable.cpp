@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -10,42 +11,24 @@
 #include "toolkit/CObject.h"
 #include "toolkit/CWShell.h"
 #include "toolkit/CWSlider.h"
+#include "toolkit/CWTableRec.h"
 #include "toolkit/WtColors.h"
 #include "toolkit/WtDraw.h"
-#include "toolkit/WtIconList.h"
 #include "toolkit/WtEvents.h"
 #include "toolkit/WtGuiLog.h"
 #include "toolkit/WtWnds.h"
 
 Classes_ClassPtr CWTable_class = nullptr;
 
-struct CWTable_State {
-  std::vector<WtTableD_Record*> rows;  // in the order shown
-  WtIconList icons;
-  std::vector<int> columnX, columnWidth;  // in the window
-  std::size_t top = 0;                    // the first row shown
-  std::size_t anchor = 0;                 // where a Shift range starts
-  int sortColumn = -1;
-  bool sortDescending = false;
-  bool focused = false;
-  bool dragging = false;      // the scroll bar's thumb
-  int dragOffset = 0;
-  bool changedOnPress = false;
-  bool pressedOnRow = false;
-};
-
 namespace {
 
 char section[kSectionCap] = "CWTable";
 std::uint32_t descrAT;
+std::uint32_t iconAT[6];  // "iconPath" and the icon lists
 
 constexpr int kScrollBar = CWTable_scrollBarWidth;
-constexpr int kIconGap = 3;
 constexpr std::size_t kMaxRows = 10000000;  // a longer list is taken for a loop
 constexpr std::int32_t kHeader = -2, kNone = -1;
-const W_Color kShade{240, 240, 235};
-const W_Color kGrid{200, 200, 195};
-
 
 // The thumb of a bar, from the trough's bottom; the first row shown stands
 // at the top, so the offset counts from the other end.
@@ -58,50 +41,31 @@ CWSlider_Thumb Thumb(const CWTable_ScrollBar& bar) {
                              span - static_cast<std::int64_t>(bar.first));
 }
 
-CWTable AsTable(Widget w) { return static_cast<CWTable>(w); }
 CWCore_ClassRec* Super() { return static_cast<CWCore_ClassRec*>(CWGroup_class); }
 WtTableD_Table Descr(CWTable t) { return t->internTableDescr; }
 
 int Margin(Widget w) { return std::max(w->frameWidth, 0) + static_cast<int>(w->borderWidth); }
 
-// --- Measures ----------------------------------------------------------------------------
-
-int LineHeight(int size, bool mono, int* descent = nullptr) {
-  int width, ascent, down;
-  W_TextExtents(size, mono, StrIn("Ag"), width, ascent, down);
-  if (descent != nullptr) *descent = down;
-  return ascent + down;
-}
-
 void ReleaseIcons(CWTable t) { t->state->icons.Release(); }
 
-W_Pixmap Icon(CWTable t, int index, int& width, int& height) {
-  return t->state->icons.Get(t->iconPath, t->iconList, index, width, height);
-}
-
-int RowHeight(CWTable t) {
-  if (t->rowHeight > 0) return t->rowHeight;
-  int h = std::max(LineHeight(t->fontSize, t->fontFixed), static_cast<int>(t->cellHeight));
-  if (!t->ignoreIconHeights && t->realized) h = std::max(h, t->state->icons.TallestHeight(t->iconPath, t->iconList));
-  return h + 2 * t->cellVertBorder;
-}
-
-int HeaderSize(CWTable t) { return t->smallHeader ? 1 : t->fontSize; }
-
 int HeaderHeight(CWTable t) {
-  return t->showHeader ? LineHeight(HeaderSize(t), false) + 2 * t->cellVertBorder + 4 : 0;
+  return t->showHeader ? CWTable_LineHeight(CWTable_HeaderSize(t), false) + 2 * t->cellVertBorder + 4 : 0;
 }
 
-// The width a column wants: its header, and its cells (icons and texts).
+// The width a column wants: its header, and its cells (icons and texts). A
+// progress column keeps its width, at least the header's, whatever its
+// values: it is redrawn often and never laid out again.
 int NaturalWidth(CWTable t, WtTableD_Column c, bool withRows) {
   if (WtTableD_KindOf(c) == WtTableD_kNull) return WtTableD_NullWidth(c);
-  int width = WtDraw_StringWidth(HeaderSize(t), false, WtTableD_Header(c));
+  int width = WtDraw_StringWidth(CWTable_HeaderSize(t), false, WtTableD_Header(c));
+  if (WtTableD_KindOf(c) == WtTableD_kProgress)
+    return std::max(WtTableD_NullWidth(c), width + 2 * t->cellHoriBorder + 4);
   if (withRows) {
     for (const WtTableD_Record* r : t->state->rows) {
       int iconWidth, iconHeight;
       const std::string text = WtTableD_CellText(c, r);
-      const int icon = Icon(t, WtTableD_CellIcon(c, r), iconWidth, iconHeight) != 0 ? iconWidth : 0;
-      const int cell = icon + (icon > 0 && !text.empty() ? kIconGap : 0) +
+      const int icon = CWTable_Icon(t, WtTableD_CellIcon(c, r), iconWidth, iconHeight) != 0 ? iconWidth : 0;
+      const int cell = icon + (icon > 0 && !text.empty() ? CWTable_iconGap : 0) +
                        (text.empty() ? 0 : WtDraw_StringWidth(t->fontSize, t->fontFixed, text));
       width = std::max(width, std::min(cell, 600));
     }
@@ -109,22 +73,44 @@ int NaturalWidth(CWTable t, WtTableD_Column c, bool withRows) {
   return width + 2 * t->cellHoriBorder + 4;
 }
 
-// --- Layout ------------------------------------------------------------------------------
+}  // namespace
 
-struct Area {
-  int left, right, bottom, rowsTop, top;  // rowsTop: under the header
-};
+// --- Measures ----------------------------------------------------------------------------
 
-Area InnerArea(CWTable t) {
+int CWTable_LineHeight(int size, bool mono, int* descent) {
+  int width, ascent, down;
+  W_TextExtents(size, mono, StrIn("Ag"), width, ascent, down);
+  if (descent != nullptr) *descent = down;
+  return ascent + down;
+}
+
+W_Pixmap CWTable_Icon(CWTable t, int index, int& width, int& height) {
+  return t->state->icons.Get(t->iconPath, t->iconList, index, width, height);
+}
+
+int CWTable_RowHeight(CWTable t) {
+  if (t->rowHeight > 0) return t->rowHeight;
+  int h = std::max(CWTable_LineHeight(t->fontSize, t->fontFixed), static_cast<int>(t->cellHeight));
+  if (!t->ignoreIconHeights && t->realized) h = std::max(h, t->state->icons.TallestHeight(t->iconPath, t->iconList));
+  return h + 2 * t->cellVertBorder;
+}
+
+int CWTable_HeaderSize(CWTable t) { return t->smallHeader ? 1 : t->fontSize; }
+
+CWTable_Area CWTable_InnerArea(CWTable t) {
   const int m = Margin(t);
-  Area a{m, t->width - m - kScrollBar, m, 0, t->height - m};
+  CWTable_Area a{m, t->width - m - kScrollBar, m, 0, t->height - m};
   a.rowsTop = a.top - HeaderHeight(t);
   return a;
 }
 
+namespace {
+
+// --- Layout ------------------------------------------------------------------------------
+
 std::size_t VisibleRows(CWTable t) {
-  const Area a = InnerArea(t);
-  return static_cast<std::size_t>(std::max(1, (a.rowsTop - a.bottom) / RowHeight(t)));
+  const CWTable_Area a = CWTable_InnerArea(t);
+  return static_cast<std::size_t>(std::max(1, (a.rowsTop - a.bottom) / CWTable_RowHeight(t)));
 }
 
 void ClampTop(CWTable t) {
@@ -140,7 +126,7 @@ void Layout(CWTable t) {
   s.columnX.assign(n, 0);
   s.columnWidth.assign(n, 0);
   if (n == 0) return;
-  const Area a = InnerArea(t);
+  const CWTable_Area a = CWTable_InnerArea(t);
   int used = 0;
   unsigned weights = 0;
   for (std::size_t i = 0; i < n; ++i) {
@@ -187,10 +173,10 @@ void Sort(CWTable t) {
 
 // Where a point lies: a row, the header, or none.
 std::int32_t RowAt(CWTable t, int y) {
-  const Area a = InnerArea(t);
+  const CWTable_Area a = CWTable_InnerArea(t);
   if (y >= a.rowsTop) return y < a.top ? kHeader : kNone;
   if (y < a.bottom) return kNone;
-  const std::size_t row = t->state->top + static_cast<std::size_t>((a.rowsTop - 1 - y) / RowHeight(t));
+  const std::size_t row = t->state->top + static_cast<std::size_t>((a.rowsTop - 1 - y) / CWTable_RowHeight(t));
   return row < t->state->rows.size() ? static_cast<std::int32_t>(row) : kNone;
 }
 
@@ -201,83 +187,62 @@ int ColumnAt(CWTable t, int x) {
   return -1;
 }
 
+// --- Tips ------------------------------------------------------------------------------
+
+// The tip of the cell at (x, y) of the window, with its row and column; ""
+// (and column -1) when the point is on no cell or the cell has none.
+std::string CellTip(CWTable t, int x, int y, std::int32_t& row, int& column) {
+  row = RowAt(t, y);
+  column = ColumnAt(t, x);
+  std::string tip;
+  if (row >= 0 && column >= 0 && x < CWTable_InnerArea(t).right)
+    tip = WtTableD_CellTip(Descr(t), t->state->rows[static_cast<std::size_t>(row)], static_cast<std::size_t>(column));
+  if (tip.empty()) column = -1;
+  return tip;
+}
+
+const WtTableD_Record* TipRecord(CWTable t, std::int32_t row, int column) {
+  return column >= 0 ? t->state->rows[static_cast<std::size_t>(row)] : nullptr;
+}
+
+// The tip changes when the pointer goes to another cell with a tip, or
+// between a cell's tip and the table's own help.
+bool MyDidToolTipChange(Widget w, int x, int y) {
+  CWTable t = CWTable_Of(w);
+  std::int32_t row;
+  int column;
+  CellTip(t, x, y, row, column);
+  return TipRecord(t, row, column) != t->state->tipRecord || column != t->state->tipColumn;
+}
+
+// A cell's tip shows whenever tips are on; elsewhere the table's help.
+bool MyGetToolTipText(Widget w, int level, int x, int y, StrOut text, W_Point& lowerLeft, W_Point& upperRight) {
+  CWTable t = CWTable_Of(w);
+  CWTable_State& s = *t->state;
+  std::int32_t row = kNone;
+  int column = -1;
+  const std::string tip = level >= 1 ? CellTip(t, x, y, row, column) : std::string();
+  s.tipRecord = TipRecord(t, row, column);
+  s.tipColumn = column;
+  Regions_Rect place;
+  if (tip.empty() || !CWTable_CellPlace(t, static_cast<std::size_t>(row), static_cast<std::size_t>(column), place))
+    return CWCore_MyGetToolTipText(w, level, x, y, text, lowerLeft, upperRight);
+  Strings_Assign(tip, text);
+  lowerLeft = W_Point{place.x, place.y};
+  upperRight = W_Point{place.x + place.width, place.y + place.height};
+  return true;
+}
+
 // --- Drawing -----------------------------------------------------------------------------
-
-void DrawCellText(CWTable t, W_GC gc, int x, int width, int bottom, int height, int size, const std::string& text,
-                  std::uint8_t align) {
-  if (text.empty() || width <= 0) return;
-  int descent;
-  const int line = LineHeight(size, t->fontFixed && size == t->fontSize, &descent);
-  const int textWidth = WtDraw_StringWidth(size, t->fontFixed, text);
-  const int room = width - 2 * t->cellHoriBorder - 4;
-  const int left = x + t->cellHoriBorder + 2 +
-                   (align == 1 ? (room - textWidth) / 2 : align == 2 ? room - textWidth : 0);
-  W_SetClipRect(gc, x, bottom, width, height);
-  W_DrawString(t->window, gc, std::max(left, x + t->cellHoriBorder + 2), bottom + (height - line) / 2 + descent, text);
-  W_UnsetClipping(gc);
-}
-
-W_Color RowBackground(CWTable t, std::size_t row) {
-  if (t->fiveRowBlocks && (row / 5) % 2 == 1) return kShade;
-  if (t->oneRowBlocks && row % 2 == 1) return kShade;
-  return WtColors_inputColor;
-}
-
-void DrawRow(CWTable t, W_GC gc, std::size_t row, int bottom, int height) {
-  const CWTable_State& s = *t->state;
-  const Area a = InnerArea(t);
-  const WtTableD_Record* r = s.rows[row];
-  const bool selected = r->selected && t->selectMode != 0;
-  W_SetForeground(gc, selected ? t->selectionColor : RowBackground(t, row));
-  W_FillRectangle(t->window, gc, a.left, bottom, a.right - a.left, height);
-  const W_Color ink = !t->sensitive ? WtColors_insensitiveColor : selected ? WtColors_inputColor : t->drawColor;
-  W_SetFont(gc, t->fontSize, t->fontFixed);
-  for (std::size_t i = 0; i < s.columnX.size(); ++i) {
-    WtTableD_Column c = WtTableD_GetColumn(Descr(t), i);
-    int x = s.columnX[i], width = s.columnWidth[i];
-    int iconWidth, iconHeight;
-    if (const W_Pixmap icon = Icon(t, WtTableD_CellIcon(c, r), iconWidth, iconHeight)) {
-      W_SetClipRect(gc, x, bottom, width, height);
-      WtDraw_DrawIcon(t->window, icon, x + t->cellHoriBorder + 2, bottom + (height - iconHeight) / 2);
-      W_UnsetClipping(gc);
-      x += iconWidth + kIconGap;
-      width -= iconWidth + kIconGap;
-    }
-    W_SetForeground(gc, ink);
-    DrawCellText(t, gc, x, width, bottom, height, t->fontSize, WtTableD_CellText(c, r),
-                 WtTableD_KindOf(c) == WtTableD_kString ? t->hAlign : 0);
-  }
-  if (t->horiLines) {
-    W_SetForeground(gc, kGrid);
-    W_DrawLine(t->window, gc, a.left, bottom, a.right - 1, bottom);
-  }
-}
-
-void DrawHeader(CWTable t, W_GC gc) {
-  const CWTable_State& s = *t->state;
-  const Area a = InnerArea(t);
-  const int height = a.top - a.rowsTop;
-  if (height <= 0) return;
-  W_SetForeground(gc, t->headerBackground);
-  W_FillRectangle(t->window, gc, a.left, a.rowsTop, a.right - a.left, height);
-  W_SetFont(gc, HeaderSize(t), false);
-  for (std::size_t i = 0; i < s.columnX.size(); ++i) {
-    WtDraw_Draw3DFrame2(t->window, true, t->headerBackground, 1, s.columnX[i], a.rowsTop, s.columnWidth[i], height);
-    W_SetForeground(gc, t->headerDrawColor);
-    std::string text = WtTableD_Header(WtTableD_GetColumn(Descr(t), i)).Str();
-    if (static_cast<int>(i) == s.sortColumn) text += s.sortDescending ? " \xE2\x96\xBC" : " \xE2\x96\xB2";
-    DrawCellText(t, gc, s.columnX[i], s.columnWidth[i], a.rowsTop, height, HeaderSize(t), text, 0);
-  }
-}
 
 // The scroll bar of the rows.
 CWTable_ScrollBar Bar(CWTable t) {
-  const Area a = InnerArea(t);
+  const CWTable_Area a = CWTable_InnerArea(t);
   return CWTable_ScrollBar{a.right, a.bottom, a.rowsTop, t->state->rows.size(), VisibleRows(t), t->state->top};
 }
 
 void DrawScrollBar(CWTable t, W_GC gc) {
-  const Area a = InnerArea(t);
+  const CWTable_Area a = CWTable_InnerArea(t);
   // The strip beside the header is the trough's colour too.
   if (a.top > a.rowsTop) {
     W_SetForeground(gc, CWSlider_TroughColor());
@@ -288,27 +253,10 @@ void DrawScrollBar(CWTable t, W_GC gc) {
 
 void MyExpose(Widget w, const Regions_Region* region, W_Event& event) {
   Super()->Expose(w, region, event);
-  CWTable t = AsTable(w);
-  const CWTable_State& s = *t->state;
-  const Area a = InnerArea(t);
-  const int rowHeight = RowHeight(t);
+  CWTable t = CWTable_Of(w);
   W_GC gc = WtDraw_GetGC();
-  W_SetForeground(gc, WtColors_inputColor);
-  W_FillRectangle(w->window, gc, a.left, a.bottom, a.right - a.left, a.rowsTop - a.bottom);
-  int bottom = a.rowsTop - rowHeight;
-  for (std::size_t row = s.top; row < s.rows.size() && bottom + rowHeight > a.bottom; ++row, bottom -= rowHeight)
-    DrawRow(t, gc, row, bottom, rowHeight);
-  if (t->vertLines) {
-    W_SetForeground(gc, kGrid);
-    for (std::size_t i = 1; i < s.columnX.size(); ++i)
-      W_DrawLine(w->window, gc, s.columnX[i] - 1, a.bottom, s.columnX[i] - 1, a.rowsTop - 1);
-  }
-  DrawHeader(t, gc);
+  CWTable_DrawContents(t, gc);
   DrawScrollBar(t, gc);
-  if (s.focused) {
-    W_SetForeground(gc, WtColors_selectionColor);
-    W_DrawRectangle(w->window, gc, a.left, a.bottom, a.right - a.left - 1, a.rowsTop - a.bottom - 1);
-  }
   WtDraw_ReleaseGC(gc);
 }
 
@@ -397,7 +345,7 @@ void CommandFailed(unsigned number, const std::string& word = {}) {
 // "SELECT <key>...": the rows whose key column shows those texts ("*" all,
 // none no row) are selected and reported as a click would.
 void MyDoCommand(Widget w, StrIn command) {
-  CWTable t = AsTable(w);
+  CWTable t = CWTable_Of(w);
   CWTable_State& s = *t->state;
   const WtTableD_Column key = WtTableD_KeyColumn(Descr(t));
   std::vector<std::string> words;
@@ -423,10 +371,10 @@ void MyDoCommand(Widget w, StrIn command) {
 
 // --- Input -------------------------------------------------------------------------------
 
-bool InScrollBar(CWTable t, int x) { return x >= InnerArea(t).right; }
+bool InScrollBar(CWTable t, int x) { return x >= CWTable_InnerArea(t).right; }
 
 void APress(Widget w, W_Event& event) {
-  CWTable t = AsTable(w);
+  CWTable t = CWTable_Of(w);
   CWTable_State& s = *t->state;
   if (!CWShell_HasFocus(w) && CWCore_AcceptFocus(w, false)) CWShell_RequestFocus(w);
   s.changedOnPress = s.pressedOnRow = false;
@@ -449,14 +397,14 @@ void APress(Widget w, W_Event& event) {
 }
 
 void ADrag(Widget w, W_Event& event) {
-  CWTable t = AsTable(w);
+  CWTable t = CWTable_Of(w);
   std::size_t first;
   if (t->state->dragging && CWTable_ScrollBarDrag(Bar(t), event.input.y, t->state->dragOffset, first))
     ScrollTo(t, first);
 }
 
 void ARelease(Widget w, W_Event&) {
-  CWTable t = AsTable(w);
+  CWTable t = CWTable_Of(w);
   CWTable_State& s = *t->state;
   s.dragging = false;
   if (s.pressedOnRow && (s.changedOnPress || WtEvents_doubleClickFlag)) ReportSelection(t);
@@ -465,14 +413,14 @@ void ARelease(Widget w, W_Event&) {
 
 // The wheel: buttons 4 and 5.
 void AWheel(Widget w, W_Event& event) {
-  CWTable t = AsTable(w);
+  CWTable t = CWTable_Of(w);
   if (event.input.button == 3) ScrollTo(t, t->state->top > 3 ? t->state->top - 3 : 0);
   else if (event.input.button == 4) ScrollTo(t, t->state->top + 3);
   else WTranslt_ReturnEvent(w, event);
 }
 
 void AKey(Widget w, W_Event& event) {
-  CWTable t = AsTable(w);
+  CWTable t = CWTable_Of(w);
   CWTable_State& s = *t->state;
   const std::size_t count = s.rows.size();
   if (count == 0 || t->selectMode == 0) return WTranslt_ReturnEvent(w, event);
@@ -494,21 +442,21 @@ void AKey(Widget w, W_Event& event) {
 
 bool MyAcceptFocus(Widget w, bool) {
   if (!w->sensitive || !WtWnds_IsMapped(w)) return false;
-  AsTable(w)->state->focused = true;
-  Redraw(AsTable(w));
+  CWTable_Of(w)->state->focused = true;
+  Redraw(CWTable_Of(w));
   return true;
 }
 
 void MyReleaseFocus(Widget w) {
-  AsTable(w)->state->focused = false;
-  Redraw(AsTable(w));
+  CWTable_Of(w)->state->focused = false;
+  Redraw(CWTable_Of(w));
 }
 
 // --- Value, geometry, life -----------------------------------------------------------------
 
 void MySetValue(Widget w, const WidgetValue& value) {
   CWCore_MySetValue(w, value);
-  CWTable t = AsTable(w);
+  CWTable t = CWTable_Of(w);
   CWTable_State& s = *t->state;
   WtTableD_Column key = WtTableD_KeyColumn(Descr(t));
   const std::string topKey = key != nullptr && s.top < s.rows.size() ? WtTableD_CellText(key, s.rows[s.top]) : "";
@@ -534,36 +482,45 @@ void MySetValue(Widget w, const WidgetValue& value) {
 void MySetAttr(void* object, std::uint32_t id, const void* bytes, std::uint32_t size, bool& ok) {
   CWCore_MySetAttr(object, id, bytes, size, ok);
   if (!ok) return;
-  CWTable t = AsTable(static_cast<Widget>(object));
-  if (id != descrAT) return Redraw(t);
-  t->state->sortColumn = -1;
+  CWTable t = CWTable_Of(static_cast<Widget>(object));
+  // Other icons are loaded anew when next drawn; like a new description
+  // they may change the rows' height and the columns' widths.
+  const bool icons = std::find(std::begin(iconAT), std::end(iconAT), id) != std::end(iconAT);
+  if (id != descrAT && !icons) return Redraw(t);
+  if (icons) ReleaseIcons(t);
+  else t->state->sortColumn = -1;
   Layout(t);
   CWCore_InvalidateGeometry(t);
   Redraw(t);
 }
 
 void MyQueryGeometry(Widget w, Geometry& result) {
-  CWTable t = AsTable(w);
+  CWTable t = CWTable_Of(w);
   int width = 0;
   for (std::size_t i = 0; i < WtTableD_ColumnCount(Descr(t)); ++i)
-    width += NaturalWidth(t, WtTableD_GetColumn(Descr(t), i), false);
+    if (WtTableD_Column c = WtTableD_GetColumn(Descr(t), i); WtTableD_ColumnShown(c))
+      width += NaturalWidth(t, c, false);
   std::int32_t rows = std::max(t->defaultRows, 1);
   if (t->dynamicRows) rows = std::clamp(static_cast<std::int32_t>(t->state->rows.size()), 1, rows);
   result.hDim = Dim{std::max(width, static_cast<int>(t->defaultWidth)) + kScrollBar + 2 * Margin(w), Dim_Unbounded};
-  result.vDim = Dim{HeaderHeight(t) + rows * RowHeight(t) + 2 * Margin(w), Dim_Unbounded};
+  result.vDim = Dim{HeaderHeight(t) + rows * CWTable_RowHeight(t) + 2 * Margin(w), Dim_Unbounded};
 }
 
-void MyConfigure(Widget w) { Layout(AsTable(w)); }
+void MyConfigure(Widget w) { Layout(CWTable_Of(w)); }
 
 void MyUnrealize(Widget w) {
-  ReleaseIcons(AsTable(w));
+  ReleaseIcons(CWTable_Of(w));
   Super()->Unrealize(w);
 }
 
-void MyInit(void* instance) { AsTable(static_cast<Widget>(instance))->state = new CWTable_State; }
+void MyInit(void* instance) {
+  CWTable t = CWTable_Of(static_cast<Widget>(instance));
+  t->state = new CWTable_State;
+  t->simpleToolTip = false;  // every cell may have a tip of its own
+}
 
 void MyDestruct(void* instance) {
-  CWTable t = AsTable(static_cast<Widget>(instance));
+  CWTable t = CWTable_Of(static_cast<Widget>(instance));
   ReleaseIcons(t);
   delete t->state;
   t->state = nullptr;
@@ -581,6 +538,8 @@ void MyInitClass(Classes_ClassPtr c, void* prototype) {
   cls->AcceptFocus = MyAcceptFocus;
   cls->ReleaseFocus = MyReleaseFocus;
   cls->DoCommand = MyDoCommand;
+  cls->DidToolTipChange = MyDidToolTipChange;
+  cls->GetToolTipText = MyGetToolTipText;
   cls->gadget = false;
   cls->compressExposure = true;
   WTranslt_EnterTranslation(cls->translationTable, "<Btn1Down>", APress);
@@ -603,9 +562,9 @@ void MyInitClass(Classes_ClassPtr c, void* prototype) {
   CAttribs_DefAttr(c, "oneRowBlocks", 0, &p->oneRowBlocks);
   CAttribs_DefAttr(c, "ignoreIconHeights", 0, &p->ignoreIconHeights);
   CAttribs_DefAttr(c, "dynamicRows", 0, &p->dynamicRows);
-  CAttribs_DefStrAttr(c, "iconPath", kPathCap - 1, &p->iconPath);
+  iconAT[5] = CAttribs_DefStrAttr(c, "iconPath", kPathCap - 1, &p->iconPath);
   const char* lists[] = {"iconList", "iconList1", "iconList2", "iconList3", "iconList4"};
-  for (int i = 0; i < 5; ++i) CAttribs_DefStrAttr(c, StrIn::C(lists[i]), kTextCap - 1, &p->iconList[i]);
+  for (int i = 0; i < 5; ++i) iconAT[i] = CAttribs_DefStrAttr(c, StrIn::C(lists[i]), kTextCap - 1, &p->iconList[i]);
   CAttribs_DefAttr(c, "cellVertBorder", 3, &p->cellVertBorder);
   CAttribs_DefAttr(c, "cellHoriBorder", 3, &p->cellHoriBorder);
   CAttribs_DefAttr(c, "cellHeight", 3, &p->cellHeight);
@@ -643,18 +602,27 @@ void CWTable_CreateClass() {
 }
 
 void CWTable_ColumnsChanged(Widget table) {
-  CWTable t = AsTable(table);
+  CWTable t = CWTable_Of(table);
   Layout(t);
   if (t->realized) Redraw(t);
 }
 
 void CWTable_RedrawColumn(Widget table, std::size_t column) {
-  CWTable t = AsTable(table);
+  CWTable t = CWTable_Of(table);
   CWTable_State& s = *t->state;
-  if (column >= s.columnX.size() || !t->realized) return;
+  if (column >= s.columnX.size() || !t->realized || s.columnWidth[column] == 0) return;
+  WtTableD_Column c = WtTableD_GetColumn(Descr(t), column);
+  // A progress column keeps its width: only its cells in view are drawn
+  // again, at once (the queue window does it every second).
+  if (WtTableD_KindOf(c) == WtTableD_kProgress) {
+    if (!t->mapped || t->window == 0) return;
+    W_GC gc = WtDraw_GetGC();
+    CWTable_DrawColumnCells(t, gc, column);
+    WtDraw_ReleaseGC(gc);
+    return;
+  }
   // A cell that needs more room than its column has (an icon that came)
   // makes the columns anew.
-  WtTableD_Column c = WtTableD_GetColumn(Descr(t), column);
   if (WtTableD_FillUpWeight(c) == 0 && NaturalWidth(t, c, true) != s.columnWidth[column]) {
     Layout(t);
     return Redraw(t);
@@ -662,22 +630,30 @@ void CWTable_RedrawColumn(Widget table, std::size_t column) {
   WtDraw_RedrawWidgetArea(t, s.columnX[column], 0, s.columnWidth[column], t->height);
 }
 
-std::size_t CWTable_RowCount(Widget table) { return AsTable(table)->state->rows.size(); }
+std::size_t CWTable_RowCount(Widget table) { return CWTable_Of(table)->state->rows.size(); }
 
 const WtTableD_Record* CWTable_RowRecord(Widget table, std::size_t row) {
-  const CWTable_State& s = *AsTable(table)->state;
+  const CWTable_State& s = *CWTable_Of(table)->state;
   return row < s.rows.size() ? s.rows[row] : nullptr;
 }
 
-std::size_t CWTable_TopRow(Widget table) { return AsTable(table)->state->top; }
+std::size_t CWTable_TopRow(Widget table) { return CWTable_Of(table)->state->top; }
 
 bool CWTable_RowPlace(Widget table, std::size_t row, Regions_Rect& place) {
-  CWTable t = AsTable(table);
+  CWTable t = CWTable_Of(table);
   const std::size_t top = t->state->top;
   if (row < top || row >= top + VisibleRows(t) || row >= t->state->rows.size()) return false;
-  const Area a = InnerArea(t);
-  const int height = RowHeight(t);
+  const CWTable_Area a = CWTable_InnerArea(t);
+  const int height = CWTable_RowHeight(t);
   place = Regions_Rect{a.left, a.rowsTop - static_cast<int>(row - top + 1) * height, a.right - a.left, height};
+  return true;
+}
+
+bool CWTable_CellPlace(Widget table, std::size_t row, std::size_t column, Regions_Rect& place) {
+  const CWTable_State& s = *CWTable_Of(table)->state;
+  if (column >= s.columnX.size() || s.columnWidth[column] == 0 || !CWTable_RowPlace(table, row, place)) return false;
+  place.x = s.columnX[column];
+  place.width = s.columnWidth[column];
   return true;
 }
 

@@ -22,6 +22,12 @@
 // selection. With "autoPos" a new list scrolls its first selected row into
 // view; otherwise the row at the top stays the same record (by the key
 // column). The wheel and the scroll bar at the right move the rows.
+//
+// The description may give rows the program's colours (a selected row keeps
+// the program's text colour on the selection's), tips per cell (shown as the
+// pointer rests on the cell, whenever tips are on), progress columns (a bar
+// and its percentage, of a fixed width) and hide columns: a hidden column
+// takes no room, has no header and no grid line, and no click finds it.
 #pragma once
 
 #include <cstddef>
@@ -61,6 +67,9 @@ const WtTableD_Record* CWTable_RowRecord(Widget table, std::size_t row);
 // in view.
 std::size_t CWTable_TopRow(Widget table);
 bool CWTable_RowPlace(Widget table, std::size_t row, Regions_Rect& place);
+// The place of a cell (the column by its index in the description); false
+// when its row is not in view or the column is hidden.
+bool CWTable_CellPlace(Widget table, std::size_t row, std::size_t column, Regions_Rect& place);
 
 // --- The scroll bar, drawn inside a widget (tables and lists) ----------------------------
 

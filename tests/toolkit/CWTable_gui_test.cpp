@@ -1,20 +1,27 @@
 // The table on a private X server: a list put into its AObj shows as rows;
 // clicks select (with Ctrl and Shift several), report the list and set the
 // records' flags; the header sorts; the wheel scrolls; a new list keeps the
-// record at the top.
+// record at the top. Rows in the program's colours, progress bars, hidden
+// columns and tips per cell.
 #include "toolkit/CWTable.h"
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "tests/toolkit/TestDialogs.h"
 #include "tests/toolkit/XUser.h"
+#include "base/SIdPool.h"
+#include "toolkit/CWLabel.h"
 #include "toolkit/CWShell.h"
 #include "toolkit/I.h"
+#include "toolkit/SAttribs.h"
+#include "toolkit/Wt.h"
+#include "toolkit/WtToolTip.h"
 // Xlib last: its macros would hide names of the headers above.
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -27,6 +34,7 @@ struct Row {
   WtTableD_Record link;
   std::uint8_t state;
   char name[16];
+  double progress;
 };
 
 int reports = 0;
@@ -49,6 +57,7 @@ class TableTest : public ::testing::Test {
     WtTableD_AddColumn(table_, state);
     WtTableD_AddColumn(table_, name);
     WtTableD_SetKeyColumns(table_, name);
+    Describe();
     c_ = I_Create("ITest_Table", false);
     WtTableD_SetTableDescription(c_, 2, table_);
     Fill(rows_, 20);
@@ -62,6 +71,9 @@ class TableTest : public ::testing::Test {
     WtTableD_DestroyTableDef(table_);
   }
 
+  // More of the description, before the dialog is made.
+  virtual void Describe() {}
+
   void Fill(std::vector<Row>& rows, int count) {
     rows.assign(static_cast<std::size_t>(count), Row{});
     for (int i = 0; i < count; ++i) {
@@ -69,6 +81,7 @@ class TableTest : public ::testing::Test {
       r.link.next = i + 1 < count ? &rows[static_cast<std::size_t>(i) + 1].link : nullptr;
       r.state = static_cast<std::uint8_t>(i % 2);
       std::snprintf(r.name, sizeof r.name, "r%02d", i);
+      r.progress = -1;
     }
     WtTableD_Record* head = &rows[0].link;
     I_PutGeneric(c_, 1, &head);
@@ -143,6 +156,154 @@ TEST_F(TableTest, TheHeaderSortsAndTheKeyKeepsTheTopRow) {
   Fill(fresh, 20);
   rows_.swap(fresh);
   EXPECT_EQ(NameAt(CWTable_TopRow(w_)), top);
+}
+
+// Odd rows are a failed job's: red on pink. The names have tips.
+bool Colors(const WtTableD_Record* record, void*, W_Color& background, W_Color& text) {
+  if (reinterpret_cast<const Row*>(record)->state != 1) return false;
+  background = W_Color{250, 210, 210};
+  text = W_Color{180, 0, 0};
+  return true;
+}
+std::string Tip(const WtTableD_Record* record, std::size_t column, void*) {
+  return column == 1 ? std::string("tip ") + reinterpret_cast<const Row*>(record)->name : std::string();
+}
+
+// The tip window, made here to read its label.
+Widget tipShell = nullptr, tipLabel = nullptr;
+bool MakeTip(Widget& shell, Widget& label) {
+  SAttribs attrs = nullptr;
+  SAttribs_AddBool(attrs, "overrideRedirect", true);
+  shell = tipShell = Wt_CreateWidget(nullptr, CWShell_class, attrs);
+  SAttribs_Destroy(attrs);
+  label = tipLabel = Wt_CreateWidget(shell, CWLabel_class, nullptr);
+  return true;
+}
+
+// The strongest of a pixel's red (0), green (1) and blue (2), clearly so;
+// -1 for greys and mixtures.
+int Hue(unsigned long pixel) {
+  const int c[3] = {static_cast<int>(pixel >> 16), static_cast<int>((pixel >> 8) & 0xFF),
+                    static_cast<int>(pixel & 0xFF)};
+  for (int i = 0; i < 3; ++i)
+    if (c[i] > 100 && c[i] > 2 * c[(i + 1) % 3] && c[i] > 2 * c[(i + 2) % 3]) return i;
+  return -1;
+}
+
+class ProgramTableTest : public TableTest {
+ protected:
+  static constexpr std::size_t kState = 0, kName = 1, kProgress = 2;
+  void Describe() override {
+    progress_ = WtTableD_CreateProgressColumn("Progress", offsetof(Row, progress), 400);
+    WtTableD_AddColumn(table_, progress_);
+    WtTableD_SetRowColorsProc(table_, Colors, nullptr);
+    WtTableD_SetCellTipProc(table_, Tip, nullptr);
+    // States on lamps, as the queue window lists its workers.
+    WtTableD_Column state = WtTableD_GetColumn(table_, kState);
+    WtTableD_SetSingleEnum(state, 0, "down", 0);
+    WtTableD_SetSingleEnum(state, 1, "up", 2);
+  }
+  void TearDown() override {
+    if (tipShell != nullptr) Wt_DestroyWidget(tipShell);
+    WtToolTip_SetWindowMaker(nullptr);
+    TableTest::TearDown();
+  }
+  Regions_Rect Cell(std::size_t row, std::size_t column) {
+    Regions_Rect place;
+    EXPECT_TRUE(CWTable_CellPlace(w_, row, column, place));
+    return place;
+  }
+  // Whether the middle third of a cell's height has text in the program's red.
+  bool HasRedText(const Regions_Rect& cell) {
+    for (int y = cell.y + cell.height / 3; y < cell.y + 2 * cell.height / 3; ++y)
+      for (int x = cell.x; x < cell.x + 30; ++x)
+        if (Hue(user_.Pixel(w_, x, y)) == 0) return true;
+    return false;
+  }
+  // Waits, running the dialog layer's tasks (the tip's delay is one).
+  bool Rests(const std::function<bool()>& done) {
+    return Pump([&] {
+      I_Yield();
+      return done();
+    });
+  }
+  bool TipShows(const std::string& text) {
+    return Rests([&] { return tipShell != nullptr && tipShell->mapped && CWLabel_GetText(tipLabel).Str() == text; });
+  }
+  WtTableD_Column progress_ = nullptr;
+};
+
+TEST_F(ProgramTableTest, RowsInTheProgramsColoursAndProgressBars) {
+  // Row 1 is a failed job's: pink behind red text, selected or not; row 0
+  // keeps the table's white.
+  const Regions_Rect plain = Cell(0, kName), failed = Cell(1, kName);
+  const int right = failed.x + failed.width - 3, middle = failed.height / 2;
+  EXPECT_EQ(user_.Pixel(w_, right, plain.y + middle), 0xFFFFFFu);
+  EXPECT_EQ(user_.Pixel(w_, right, failed.y + middle), 0xFAD2D2u);
+  EXPECT_TRUE(HasRedText(failed));
+  ClickRow(1);
+  ASSERT_TRUE(Pump([] { return reports == 1; }));
+  EXPECT_TRUE(Pump([&] { return user_.Pixel(w_, right, failed.y + middle) == 0x404040u; }));
+  EXPECT_TRUE(HasRedText(failed));
+
+  // The lamps of an enum column: red for state 0, green for 1.
+  const char lamps[] = "lampred.pxm lampyellow.pxm lampgreen.pxm";
+  I_SetReprAttr(c_, 2, SIdPool_EnterId("iconList"), lamps, sizeof lamps);
+  const Regions_Rect down = Cell(0, kState), up = Cell(1, kState);
+  const auto lamp = [&](const Regions_Rect& cell) {
+    return user_.Pixel(w_, cell.x + 4 + 8, cell.y + cell.height / 2);  // the middle of a 16-pixel lamp
+  };
+  EXPECT_TRUE(Pump([&] { return Hue(lamp(down)) == 0; })) << std::hex << lamp(down);
+  EXPECT_EQ(Hue(lamp(up)), 1) << std::hex << lamp(up);
+
+  // 42 %: the bar fills 42 % of the cell from its left (the column is wide
+  // enough to keep the centred text clear of the bar's end); below 0 the
+  // cell is empty. Only the column is drawn again.
+  rows_[2].progress = 42.0;
+  rows_[4].progress = -3.0;
+  CWTable_RedrawColumn(w_, kProgress);
+  const Regions_Rect bar = Cell(2, kProgress), none = Cell(4, kProgress);
+  const int barY = bar.y + bar.height / 2;
+  const unsigned long fill = user_.Pixel(w_, bar.x + 6, barY);
+  EXPECT_NE(fill, 0xFFFFFFu);
+  int end = bar.x + 6;
+  while (end < bar.x + bar.width && user_.Pixel(w_, end, barY) == fill) ++end;
+  EXPECT_NEAR(end, bar.x + 0.42 * bar.width, 3.0);
+  for (const int x : {none.x + 6, none.x + none.width / 2, none.x + 3 * none.width / 4})
+    EXPECT_EQ(user_.Pixel(w_, x, none.y + none.height / 2), 0xFFFFFFu) << x;
+  // The column keeps its width as values change.
+  rows_[3].progress = 100.0;
+  CWTable_RedrawColumn(w_, kProgress);
+  EXPECT_EQ(Cell(3, kProgress).width, bar.width);
+}
+
+TEST_F(ProgramTableTest, HiddenColumnsGiveWayAndCellsShowTheirTips) {
+  // The state column hidden: the names move to its place and its header
+  // sorts by name; shown again, they move back.
+  const Regions_Rect state = Cell(0, kState), name = Cell(0, kName);
+  WtTableD_SetColumnShown(WtTableD_GetColumn(table_, kState), false);
+  CWTable_ColumnsChanged(w_);
+  Regions_Rect place;
+  EXPECT_FALSE(CWTable_CellPlace(w_, 0, kState, place));
+  EXPECT_EQ(Cell(0, kName).x, state.x);
+  const int header = state.y + state.height + 5;
+  ClickAt(state.x + 3, header);
+  ClickAt(state.x + 3, header);  // descending: by state r01 would come first
+  ASSERT_TRUE(Pump([&] { return std::string(NameAt(0)) == "r19"; }));
+  WtTableD_SetColumnShown(WtTableD_GetColumn(table_, kState), true);
+  CWTable_ColumnsChanged(w_);
+  EXPECT_EQ(Cell(0, kName).x, name.x);
+
+  // The pointer rests on a name: its tip; on the next name that one's; on a
+  // cell without a tip none.
+  WtToolTip_SetWindowMaker(MakeTip);
+  const Regions_Rect first = Cell(2, kName), second = Cell(4, kName), plain = Cell(4, kState);
+  user_.MoveTo(w_, first.x + 5, first.y + first.height / 2);
+  EXPECT_TRUE(TipShows(std::string("tip ") + NameAt(2)));
+  user_.MoveTo(w_, second.x + 5, second.y + second.height / 2);
+  EXPECT_TRUE(TipShows(std::string("tip ") + NameAt(4)));
+  user_.MoveTo(w_, plain.x + 5, plain.y + plain.height / 2);
+  EXPECT_TRUE(Rests([] { return tipShell != nullptr && !tipShell->mapped; }));
 }
 
 const bool environment = UseTestDialogs();
