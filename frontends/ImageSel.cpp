@@ -13,12 +13,13 @@
 #include "frontends/FEwfGenr.h"
 #include "image/SImage.h"
 #include "toolkit/CWList.h"
+#include "toolkit/CWShell.h"
 #include "toolkit/I.h"
 
 namespace {
 
 constexpr char section[] = "ImageSel";
-constexpr std::int32_t kButtons = 1, kHeading = 2, kFormats = 3, kShown = 4, kNote = 5;
+constexpr std::int32_t kButtons = 1, kHeading = 2, kFormats = 3, kShown = 4, kNote = 5, kKeys = 6;
 constexpr std::int32_t kFormatsElement = 3;
 constexpr std::int32_t kOK = 1;
 constexpr unsigned kOneTitle = 1, kSeveralTitle = 2, kNoneChosen = 3;
@@ -104,6 +105,13 @@ void ButtonsCB(I_Context, std::int32_t, std::int32_t value, std::uintptr_t data)
   I_Deactivate(b.context);
 }
 
+// Return in the text of the formats shown applies it; elsewhere it is OK.
+void KeysCB(I_Context context, std::int32_t, std::int32_t value, std::uintptr_t data) {
+  const Widget focus = static_cast<CWShell>(I_AccessWidget(context, -1))->focusWidget;
+  if (value == kOK && focus == I_AccessWidget(context, kShown)) return;
+  ButtonsCB(context, kButtons, value, data);
+}
+
 void ReadFormats(Box& b, unsigned formatSet, StrIn start) {
   SImage_FormatList list = SImage_GetListOfSelectedSupportedFormats(formatSet);
   for (SImage_FormatList e = list; e != nullptr; e = e->next) {
@@ -146,6 +154,7 @@ bool ImageSel_SelectAnImageFormat(StrIn title, unsigned formatSet, bool multiple
   I_SetSTRINGcallback(b.context, kFormats, FormatsCB, data);
   I_SetSTRINGcallback(b.context, kShown, ShownCB, data);
   I_SetINTEGERcallback(b.context, kButtons, ButtonsCB, data);
+  I_SetINTEGERcallback(b.context, kKeys, KeysCB, data);
   I_Activate(b.context);
   I_Dialog(b.context);
   I_Destroy(b.context);

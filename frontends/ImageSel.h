@@ -3,9 +3,10 @@
 // SImage_GetListOfSelectedSupportedFormats).
 //
 // The box is the dialog "ImageSel_Formats" of FEGENRdlg: value 1 its buttons
-// (1 OK, also Return; 0 Cancel, also Escape), 2 the heading, 3 the list of
-// formats ("<suffix>  <description>"), 4 a text that the formats shown
-// contain (any case), 5 why OK was refused. A double click takes a format of
+// (1 OK, 0 Cancel), 2 the heading, 3 the list of formats ("<suffix>
+// <description>"), 4 a text that the formats shown contain (any case), 5
+// why OK was refused, 6 the keys (Return 1, except in the text of 4, which
+// it applies; Escape 0). A double click takes a format of
 // the single choice. Several choices stay chosen while the text narrows the
 // list. Formats whose names vary (no default suffix) are not offered.
 //

@@ -13,6 +13,7 @@
 #include "base/SPrintf.h"
 #include "base/SRegExpr.h"
 #include "base/SWilCard.h"
+#include "toolkit/CWShell.h"
 #include "toolkit/I.h"
 
 namespace {
@@ -21,7 +22,7 @@ namespace fs = std::filesystem;
 
 constexpr char section[] = "IFileSel";
 constexpr std::int32_t kButtons = 1, kHeading = 2, kFolder = 3, kEntries = 4, kShown = 5, kName = 6,
-                       kNote = 7, kUp = 8;
+                       kNote = 7, kUp = 8, kKeys = 9;
 constexpr std::int32_t kOK = 1;
 // Messages: the two titles, then why a choice is refused.
 constexpr unsigned kFileTitle = 1, kDirTitle = 2, kNotAFolder = 3, kMissing = 4, kNoName = 5;
@@ -38,6 +39,7 @@ struct Box {
   SRegExpr filter = nullptr;  // the program's; nil: every file
   std::string folder;        // shown
   std::vector<Entry> entries;
+  std::int32_t clicked = -1;  // the entry reported last
   std::string chosen;
   bool confirmed = false;
 };
@@ -106,6 +108,7 @@ void Fill(Box& b) {
   I_SetReprAttr(b.context, kEntries, SIdPool_EnterId("dynStr"), text.c_str(),
                 static_cast<std::uint32_t>(text.size() + 1));
   I_PutINTEGER(b.context, kEntries, -1);
+  b.clicked = -1;
 }
 
 // Shows the folder `path` (made absolute and plain) with no name chosen.
@@ -164,11 +167,23 @@ void ButtonsCB(I_Context, std::int32_t, std::int32_t value, std::uintptr_t data)
   }
 }
 
+// Return in the folder field or the names shown has done its work there;
+// elsewhere it is OK. Escape is Cancel.
+void KeysCB(I_Context, std::int32_t, std::int32_t value, std::uintptr_t data) {
+  Box& b = Of(data);
+  const Widget focus = static_cast<CWShell>(I_AccessWidget(b.context, -1))->focusWidget;
+  if (value == kOK && (focus == I_AccessWidget(b.context, kFolder) || focus == I_AccessWidget(b.context, kShown))) return;
+  ButtonsCB(b.context, kButtons, value, data);
+}
+
 void EntriesCB(I_Context, std::int32_t, std::int32_t value, std::uintptr_t data) {
   Box& b = Of(data);
   if (value < 0 || static_cast<std::size_t>(value) >= b.entries.size()) return;
   const Entry e = b.entries[static_cast<std::size_t>(value)];
-  if (I_WasDoubleClick()) {
+  // A double click counts on the entry clicked first only.
+  const bool twice = I_WasDoubleClick() && value == b.clicked;
+  b.clicked = value;
+  if (twice) {
     if (e.folder) Open(b, Resolve(b, e.name));
     else Finish(b, Resolve(b, e.name));
     return;
@@ -241,6 +256,7 @@ bool Run(StrIn title, StrIn filter, bool folders, StrIn start, StrOut chosen) {
   Begin(b, startValue);
   const auto data = reinterpret_cast<std::uintptr_t>(&b);
   I_SetINTEGERcallback(b.context, kButtons, ButtonsCB, data);
+  I_SetINTEGERcallback(b.context, kKeys, KeysCB, data);
   I_SetINTEGERcallback(b.context, kEntries, EntriesCB, data);
   I_SetSTRINGcallback(b.context, kFolder, FolderCB, data);
   I_SetSTRINGcallback(b.context, kShown, ShownCB, data);

@@ -3,9 +3,10 @@
 //
 // The box is the dialog "IFileSel_Box" of the catalog "IFILESELdlg" (its
 // texts in section "IFileSel" of "IFILESELmsg"; both opened on first use):
-// value 1 its buttons (1 OK, also Return; 0 Cancel, also Escape), 2 the
-// heading, 3 the folder shown, 4 its entries, 5 the names shown, 6 the name
-// chosen, 7 why a choice was refused, 8 up one folder.
+// value 1 its buttons (1 OK, 0 Cancel), 2 the heading, 3 the folder shown,
+// 4 its entries, 5 the names shown, 6 the name chosen, 7 why a choice was
+// refused, 8 up one folder, 9 the keys (Return 1, Escape 0). Return is OK
+// except in the folder field and the names shown, where it applies them.
 //
 // The list holds "../", the sub-folders ("name/") and, in the file box, the
 // files that match the program's filter and the names shown (wildcards such
