@@ -14,7 +14,7 @@
 namespace {
 
 constexpr char section[] = "FEwfGenr";
-constexpr unsigned kTitleMsg = 10;
+constexpr unsigned kTitleMsg = 10;  // messages: FEwfGenr 10
 
 }  // namespace
 

@@ -12,6 +12,7 @@ constexpr char section[] = "FEwfGenr";
 
 // The box of each selection type: its filter and its title's message (0:
 // the box's own title).
+// messages: FEwfGenr 1-6
 struct Box {
   const char* filter;
   unsigned title;

@@ -16,6 +16,7 @@
 namespace {
 
 constexpr char section[] = "IStdSel";
+// messages: IStdSel 1-4
 constexpr unsigned kSchemeTitle = 1, kProfileTitle = 2, kNoScheme = 3, kNoProfile = 4;
 
 // Why `path` is not of the sort; empty when it is.

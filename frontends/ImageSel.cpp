@@ -22,6 +22,7 @@ constexpr char section[] = "ImageSel";
 constexpr std::int32_t kButtons = 1, kHeading = 2, kFormats = 3, kShown = 4, kNote = 5, kKeys = 6;
 constexpr std::int32_t kFormatsElement = 3;
 constexpr std::int32_t kOK = 1;
+// messages: ImageSel 1-3
 constexpr unsigned kOneTitle = 1, kSeveralTitle = 2, kNoneChosen = 3;
 
 struct Format {

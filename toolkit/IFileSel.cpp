@@ -24,7 +24,8 @@ constexpr char section[] = "IFileSel";
 constexpr std::int32_t kButtons = 1, kHeading = 2, kFolder = 3, kEntries = 4, kShown = 5, kName = 6,
                        kNote = 7, kUp = 8, kKeys = 9;
 constexpr std::int32_t kOK = 1;
-// Messages: the two titles, then why a choice is refused.
+// The two titles, then why a choice is refused.
+// messages: IFileSel 1-5
 constexpr unsigned kFileTitle = 1, kDirTitle = 2, kNotAFolder = 3, kMissing = 4, kNoName = 5;
 
 struct Entry {
