@@ -9,9 +9,9 @@
 #include "base/Messages.h"
 #include "base/SPrintf.h"
 #include "frontends/FEwfGenr.h"
+#include "rc/SrcFile.h"
 #include "rules/SRename.h"
 #include "toolkit/IFileSel.h"
-#include "toolkit/Imisc.h"
 
 namespace {
 
@@ -19,8 +19,6 @@ constexpr char section[] = "IStdSel";
 // messages: IStdSel 1-4
 constexpr unsigned kSchemeTitle = 1, kProfileTitle = 2, kNoScheme = 3, kNoProfile = 4;
 
-// Why `path` is not of the sort; empty when it is.
-using SortCheck = std::string (*)(StrIn path);
 
 std::string SchemeProblem(StrIn path) {
   SRename scheme = SRename_Nil();
@@ -45,37 +43,37 @@ std::string ProfileProblem(StrIn path) {
   return StrIn(text).Str();
 }
 
-bool Choose(StrIn title, unsigned ownTitle, StrIn filter, StrIn start, SortCheck check, StrOut chosen) {
+// Where a box without a start value opens: the folder the settings name
+// under `key` (if any), else the site's customer directory.
+void Home(const char* key, StrOut at) {
+  at.Clear();
+  if (key != nullptr) Messages_Quietly([&] { SrcFile_QueryStringForeignProcess(StrIn::C(key), at); });
+  if (StrIn(at).Empty()) DirAcces_IncludeSpecialPath(DirAcces_TV_CUSTOMER, "", at);
+}
+
+bool Choose(StrIn title, unsigned ownTitle, StrIn filter, StrIn start, const char* homeKey, IFileSel_CheckProc check,
+            StrOut chosen) {
   FEwfGenr_Init();
   const std::string startValue = start.Str();
   TextStr heading;
   if (title.Empty()) Messages_GetMsg(section, ownTitle, heading);
   else Strings_Assign(title, heading);
   PathStr at;
-  if (startValue.empty()) DirAcces_IncludeSpecialPath(DirAcces_TV_CUSTOMER, "", at);
+  if (startValue.empty()) Home(homeKey, at);
   else Strings_Assign(startValue, at);
-  PathStr path;
-  while (IFileSel_SelectAFile(heading, filter, at, path)) {
-    const std::string problem = check(StrIn(path));
-    if (problem.empty()) {
-      Strings_Assign(path, chosen);
-      return true;
-    }
-    Imisc_StrErrMsg(problem);
-    Strings_Assign(path, at);
-  }
-  Strings_Assign(startValue, chosen);
+  if (IFileSel_SelectACheckedFile(heading, filter, at, check, chosen)) return true;
+  Strings_Assign(startValue, chosen);  // not the place the box opened at
   return false;
 }
 
 }  // namespace
 
 bool IStdSel_SelectARenameScheme(StrIn title, StrIn start, StrOut scheme) {
-  return Choose(title, kSchemeTitle, "\\.trs$", start, SchemeProblem, scheme);
+  return Choose(title, kSchemeTitle, "\\.trs$", start, "_NameScheme", SchemeProblem, scheme);
 }
 
 bool IStdSel_SelectAICCProfile(StrIn title, StrIn start, StrOut profile) {
-  return Choose(title, kProfileTitle, "\\.[iI][cC][cCmM]$", start, ProfileProblem, profile);
+  return Choose(title, kProfileTitle, "\\.[iI][cC][cCmM]$", start, nullptr, ProfileProblem, profile);
 }
 
 bool IStdSel_IsICCProfile(StrIn path) {

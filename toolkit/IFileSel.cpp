@@ -38,6 +38,7 @@ struct Box {
   I_Context context = nullptr;
   bool folders = false;      // the folder box
   SRegExpr filter = nullptr;  // the program's; nil: every file
+  IFileSel_CheckProc check = nullptr;
   std::string folder;        // shown
   std::vector<Entry> entries;
   std::int32_t clicked = -1;  // the entry reported last
@@ -130,6 +131,13 @@ std::string Resolve(const Box& b, const std::string& name) {
 }
 
 void Finish(Box& b, const std::string& chosen) {
+  if (!b.folders && b.check != nullptr) {
+    const std::string why = b.check(chosen);
+    if (!why.empty()) {
+      I_PutSTRING(b.context, kNote, why);
+      return;
+    }
+  }
   b.chosen = chosen;
   b.confirmed = true;
   I_Deactivate(b.context);
@@ -237,7 +245,7 @@ void Begin(Box& b, StrIn start) {
   }
 }
 
-bool Run(StrIn title, StrIn filter, bool folders, StrIn start, StrOut chosen) {
+bool Run(StrIn title, StrIn filter, bool folders, StrIn start, IFileSel_CheckProc check, StrOut chosen) {
   const std::string startValue = start.Str();
   Strings_Assign(startValue, chosen);
   Box b;
@@ -248,6 +256,7 @@ bool Run(StrIn title, StrIn filter, bool folders, StrIn start, StrOut chosen) {
   });
   if (b.context == nullptr) return false;
   b.folders = folders;
+  b.check = check;
   if (!filter.Empty()) b.filter = SRegExpr_Create(filter);
   TextStr heading;
   if (title.Empty()) Messages_GetMsg(section, folders ? kDirTitle : kFileTitle, heading);
@@ -273,9 +282,13 @@ bool Run(StrIn title, StrIn filter, bool folders, StrIn start, StrOut chosen) {
 }  // namespace
 
 bool IFileSel_SelectAFile(StrIn title, StrIn filter, StrIn start, StrOut file) {
-  return Run(title, filter, false, start, file);
+  return Run(title, filter, false, start, nullptr, file);
+}
+
+bool IFileSel_SelectACheckedFile(StrIn title, StrIn filter, StrIn start, IFileSel_CheckProc check, StrOut file) {
+  return Run(title, filter, false, start, check, file);
 }
 
 bool IFileSel_SelectADir(StrIn title, StrIn start, StrOut directory) {
-  return Run(title, "", true, start, directory);
+  return Run(title, "", true, start, nullptr, directory);
 }

@@ -24,10 +24,18 @@
 // exists, or the projects directory when `start` is empty.
 #pragma once
 
+#include <string>
+
 #include "base/Strings.h"
+
+// Why the file at `path` can't be taken; empty when it can.
+using IFileSel_CheckProc = std::string (*)(StrIn path);
 
 // A file; `filter` (may be empty) is an expression the names listed must
 // match. An empty `title` gives the box's own.
 bool IFileSel_SelectAFile(StrIn title, StrIn filter, StrIn start, StrOut file);
+// The same, with a check of the file chosen: a refused one stays unchosen,
+// the box open and the reason shown in it.
+bool IFileSel_SelectACheckedFile(StrIn title, StrIn filter, StrIn start, IFileSel_CheckProc check, StrOut file);
 // A folder.
 bool IFileSel_SelectADir(StrIn title, StrIn start, StrOut directory);

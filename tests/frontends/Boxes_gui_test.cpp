@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "frontends/IStdSel.h"
 #include "frontends/ImageSel.h"
 #include "image/SImage.h"
 #include "image/SIqif.h"
@@ -73,6 +74,11 @@ class Boxes : public ::testing::Test {
   void SetUp() override {
     for (const char* dir : {"jobs/sub", ".hidden"}) fs::create_directories(root_.Path() + "/" + dir);
     for (const char* file : {"jobs/a.pdf", "jobs/b.tif", "x.pdf"}) PutFile(root_.Path() + "/" + file, "%");
+  }
+  // The replay `lines` answers the next box.
+  void Answer(const std::string& lines) {
+    PutFile(root_.Path() + "/.hidden/replay.log", lines);
+    ASSERT_TRUE(IReplay_Start(root_.Path() + "/.hidden/replay.log", 5000));
   }
   void Run(const std::string& box, std::vector<std::function<bool()>> steps) {
     script_.box = box;
@@ -225,6 +231,28 @@ TEST_F(Boxes, TheFormatBoxKeepsSeveralChoicesWhileItsListIsNarrowed) {
   PathStr chosen;
   EXPECT_TRUE(ImageSel_SelectAnImageFormat("", kImageSelReadable, true, suffixes.front(), chosen));
   EXPECT_EQ(StrIn(chosen).Str(), suffixes.front() + " " + suffixes.back());
+}
+
+TEST_F(Boxes, TheProfileAndSchemeBoxesRefuseAFileOfAnotherSort) {
+  const std::string root = root_.Path();
+  std::string header(128, '\0');
+  header.replace(36, 4, "acsp");
+  PutFile(root + "/good.icc", header + "tags");
+  PutFile(root + "/bad.icc", std::string(200, 'x'));
+  EXPECT_TRUE(IStdSel_IsICCProfile(root + "/good.icc"));
+  EXPECT_FALSE(IStdSel_IsICCProfile(root + "/bad.icc"));
+  // The refused file leaves the box open.
+  Answer("AOBJ IFileSel_Box 6 \"bad.icc\"\nAOBJ IFileSel_Box 1 1\n"
+         "AOBJ IFileSel_Box 6 \"good.icc\"\nAOBJ IFileSel_Box 1 1\n");
+  PathStr chosen;
+  EXPECT_TRUE(IStdSel_SelectAICCProfile("", root + "/x.pdf", chosen));
+  EXPECT_EQ(StrIn(chosen).Str(), root + "/good.icc");
+
+  fs::copy_file(FLOATDECK_SOURCE_DIR "/tests/data/rename/bad_reference.trs", root + "/broken.trs");
+  Answer("AOBJ IFileSel_Box 6 \"broken.trs\"\nAOBJ IFileSel_Box 1 1\nAOBJ IFileSel_Box 1 0\n");
+  EXPECT_FALSE(IStdSel_SelectARenameScheme("", root + "/jobs/old.trs", chosen));
+  EXPECT_EQ(StrIn(chosen).Str(), root + "/jobs/old.trs");
+  IReplay_Stop();
 }
 
 }  // namespace
