@@ -37,6 +37,11 @@ FEwfGenr FEwfGenr_Create(AutoDict dictionary, WFmodule_Kind kind, std::uintptr_t
   return frame;
 }
 
+void FEwfGenr_Destroy(FEwfGenr& frame) {
+  delete frame;
+  frame = nullptr;
+}
+
 void FEwfGenr_Attach(FEwfGenr frame, I_Context dialog, std::int32_t shellElement) {
   if (frame == nullptr || frame->dialog != nullptr) return;
   frame->dialog = dialog;

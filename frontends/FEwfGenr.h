@@ -58,6 +58,9 @@ void FEwfGenr_Init();
 // not modified, not confirmed, the title on the root (-1), hooks that do
 // nothing (the check accepts), no parameter callbacks, no enum maps.
 FEwfGenr FEwfGenr_Create(AutoDict dictionary, WFmodule_Kind kind, std::uintptr_t client);
+// Frees a frame (not its dictionary or dialog) and sets it to nil; nil is
+// accepted. Modules keep theirs; tests and short-lived frames free them.
+void FEwfGenr_Destroy(FEwfGenr& frame);
 // Binds the dialog (the module's) and the element that carries the window
 // title, and enters the callbacks of every parameter and selection. Only
 // the first time: a frame that has a dialog keeps it.

@@ -92,6 +92,8 @@ TEST(FEwfGenrFrame, StartsEmptyAndMapsEnumsBothWays) {
   FEwfGenr_RegisterEnumMap(frame, 11, 0, shorter);
   EXPECT_EQ(FEwfGenr_Map(frame, 11, 0), 9u);
   EXPECT_EQ(FEwfGenr_Map(frame, 11, 1), 1u);
+  FEwfGenr_Destroy(frame);
+  EXPECT_EQ(frame, nullptr);
   AutoDict_Destroy(d);
 }
 
@@ -130,6 +132,7 @@ TEST(FEwfGenrFrame, ReadingRunsTheParametersCallbacksWithoutCountingAChange) {
   FEwfGenr_ParameterModified(frame, AutoDict_GetParameter(d, 3));
   EXPECT_EQ(seen, "C ");
   EXPECT_TRUE(FEwfGenr_Modified(frame));
+  FEwfGenr_Destroy(frame);
   SAutoRcF_Destroy(rc);
   AutoDict_Destroy(d);
 }
