@@ -68,7 +68,8 @@ bool Put(FEwfGenr frame, AutoDict_Parameter p, bool compare) {
     default:
       break;
   }
-  return differed;
+  // A parameter without an element has nothing shown to differ from.
+  return differed && I_ilibError == 0;
 }
 
 }  // namespace

@@ -137,6 +137,32 @@ TEST_F(FrontEnd, AttachOnAnAttachedFrameDoesNothing) {
   SAutoRcF_Destroy(rc);
 }
 
+std::string changed;
+void NoteChange(AutoDict_Parameter p, std::uintptr_t) { changed += std::to_string(AutoDict_GetAObjId(p)) + " "; }
+
+TEST_F(FrontEnd, ValuesSetByTheProgramCountWhereTheDialogShowedOthers) {
+  SAutoRcF rc = Rc(kRcText);
+  Edit(rc, "AOBJ FEtest_Params 1 0\n");
+  FEwfGenr frame = Frame();
+  for (std::uint32_t element : {kFEtestCount, kFEtestFactor, kFEtestRcOnly}) {
+    FEwfGenr_RegisterParameterCB(frame, element, NoteChange);
+  }
+  // A count that differs, a factor within 1e-8 of the one shown, and a
+  // parameter without an element.
+  AutoDict given = AutoDict_Create(8);
+  AutoDict_DefineInt(given, "COUNT", kFEtestCount, 21);
+  AutoDict_DefineReal(given, "FACTOR", kFEtestFactor, 1.5 + 1e-9);
+  AutoDict_DefineString(given, "RCONLY", kFEtestRcOnly, "other");
+  FEwfGenr_SetAllParameters(frame, given);
+  EXPECT_EQ(changed, "12 ");
+  EXPECT_EQ(I_GetINTEGER(FEwfGenr_Dialog(frame), kFEtestCount), 21);
+  for (std::uint32_t element : {kFEtestCount, kFEtestFactor, kFEtestRcOnly}) {
+    FEwfGenr_RegisterParameterCB(frame, element, nullptr);
+  }
+  AutoDict_Destroy(given);
+  SAutoRcF_Destroy(rc);
+}
+
 void Announce(std::uintptr_t data) { SwitchBd_WallMessage(Board(), data); }
 
 TEST_F(FrontEnd, AChangeOfTheWorkflowOrTheModeClosesTheOpenDialog) {
