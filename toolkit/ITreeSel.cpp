@@ -208,3 +208,11 @@ bool ITreeSel_SelectADirectory(StrIn title, StrIn root, StrOut directory) {
   Strings_Assign(chosen.front(), directory);
   return true;
 }
+
+bool ITreeSel_SelectAFile(StrIn title, StrIn filter, StrIn start, StrOut file) {
+  const std::string startValue = start.Str();
+  std::vector<std::string> chosen;
+  const bool confirmed = ITreeSel_SelectMultipleFiles(title, "", filter, false, chosen);
+  Strings_Assign(confirmed ? chosen.front() : startValue, file);
+  return confirmed;
+}

@@ -25,6 +25,9 @@
 // the full paths in `chosen`, in the order of the tree.
 bool ITreeSel_SelectMultipleFiles(StrIn title, StrIn root, StrIn filter, bool multiple,
                                   std::vector<std::string>& chosen);
+// One file below the projects directory whose name matches `filter`: true
+// and its path when the user chose one; otherwise `file` is `start` again.
+bool ITreeSel_SelectAFile(StrIn title, StrIn filter, StrIn start, StrOut file);
 // One directory below `root`: true and its path when the user chose one.
 bool ITreeSel_SelectADirectory(StrIn title, StrIn root, StrOut directory);
 

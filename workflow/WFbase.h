@@ -398,3 +398,28 @@ bool WFbase_CopyFile(StrIn from, StrIn to);
 // Options of the start folder with a default.
 bool WFbase_GetBoolOpt(WFbase workflow, StrIn key, bool fallback);
 std::uint32_t WFbase_GetCardOpt(WFbase workflow, StrIn key, std::uint32_t fallback);
+
+// --- Editing a folder's parameters -----------------------------------------------------------
+
+// The three parameter dialogs that no kind's front end slot reaches: an end
+// folder's (folder kind 43), a component's, and that of module kind 7, which
+// also sees the start folder's rc. Each runs modally; `modified` true when
+// values were changed and accepted. Nil (until the dialog exists): such a
+// folder has no parameters.
+using WFbase_EditFolderProc = void (*)(StrIn workflow, StrIn folder, SAutoRcF rc, SwitchBd switchboard,
+                                       bool& modified);
+using WFbase_EditWithStartProc = void (*)(StrIn workflow, StrIn folder, SAutoRcF rc, SAutoRcF startRc,
+                                          SwitchBd switchboard, bool& modified);
+struct WFbase_EditHooks {
+  WFbase_EditFolderProc endFolder = nullptr;
+  WFbase_EditFolderProc component = nullptr;
+  WFbase_EditWithStartProc withStart = nullptr;
+};
+// Replaces the three at once.
+void WFbase_RegisterEditHooks(const WFbase_EditHooks& hooks);
+// Runs the folder's parameter dialog with the used-outs options set on its
+// rc meanwhile, so that the dialog knows how many outs are connected. True
+// when values were changed and accepted: then the workflow and the folder
+// are marked modified (the workflow's install writes the file). False for a
+// folder without parameters or rc.
+bool WFbase_EditParams(WFbase workflow, WFfolder folder);
