@@ -15,9 +15,11 @@ bool AsksForHelp(const std::string& word) { return word == "-?" || word == "--he
 
 bool ReadWords(const std::vector<std::string>& words, std::span<const Options_Option> table,
                const Options_Operand& operand) {
-  // Help is asked for wherever it stands, even behind a bad option.
-  for (const std::string& word : words)
+  // Help is asked for wherever it stands among the options, even behind a bad one.
+  for (const std::string& word : words) {
+    if (word == "--") break;
     if (AsksForHelp(word)) return false;
+  }
   bool operandsOnly = false;
   for (std::size_t at = 0; at < words.size(); ++at) {
     const std::string& word = words[at];

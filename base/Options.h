@@ -34,7 +34,7 @@ Options_Operand Options_Set(bool& flag);
 Options_Operand Options_Number(long& into, long least, long most);
 
 // Reads the arguments behind the cursor of Argument to the end. False (the
-// usage is due) for "-?" or "--help" anywhere, an option not in `table`, an
+// usage is due) for "-?" or "--help" anywhere before "--", an option not in `table`, an
 // option without its value, a value or operand refused, or an operand when
 // `operand` is empty. "--" makes every argument behind it an operand; "-"
 // alone is an operand (standard input).
