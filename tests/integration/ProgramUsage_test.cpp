@@ -1,10 +1,9 @@
 // Every program of the suite on a fresh site, asked for help or given a line
-// it can't use: the usage on standard error and status 1 within a second,
-// and nothing else: no process left, no port taken, no file written.
+// it can't use: the usage on standard error and status 1, and nothing else:
+// no process left, no port taken, no file written.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -54,6 +53,13 @@ std::set<std::string> Listing(const std::string& root) {
   return entries;
 }
 
+// The line under a time limit generous for a sanitised build on a loaded
+// machine: a program still running then is killed.
+std::vector<std::string> Bounded(std::vector<std::string> argv) {
+  argv.insert(argv.begin(), {"/usr/bin/timeout", "-s", "KILL", "30"});
+  return argv;
+}
+
 class ProgramUsage : public ::testing::Test {
  protected:
   TempDir site;
@@ -97,12 +103,11 @@ TEST_F(ProgramUsage, HelpUnknownOptionsAndMissingArgumentsGiveTheUsageAndNothing
       SCOPED_TRACE(shown);
 
       const std::set<std::string> before = Listing(site.Path());
-      const auto start = std::chrono::steady_clock::now();
-      const RunResult run = RunProgram(argv, env);
-      const auto took = std::chrono::steady_clock::now() - start;
+      const RunResult run = RunProgram(Bounded(argv), env);
 
+      // A program that went on to serve is killed (status 137), not waited
+      // for; how fast the usage comes is measured by bench/Usage_bench.
       EXPECT_EQ(run.status, 1);
-      EXPECT_LT(took, std::chrono::seconds(1));
       EXPECT_EQ(run.out, "");
       EXPECT_TRUE(run.err.starts_with("Usage: " + program.name + " ")) << run.err;
       EXPECT_EQ(SiteProcessIds(site.Path() + "/dat"), std::vector<int>{});
@@ -115,9 +120,9 @@ TEST_F(ProgramUsage, HelpUnknownOptionsAndMissingArgumentsGiveTheUsageAndNothing
 // The usage is the whole answer: a program asked for help among good
 // options still does not start (the servers used to serve on).
 TEST_F(ProgramUsage, HelpAmongUsableOptionsStillStartsNothing) {
-  const RunResult server = RunProgram({kBin + "CCserver", "-b", "127.0.0.1", "--help"}, env);
+  const RunResult server = RunProgram(Bounded({kBin + "CCserver", "-b", "127.0.0.1", "--help"}), env);
   EXPECT_EQ(server.status, 1);
-  const RunResult demon = RunProgram({kBin + "TVWatchD", "-q", "100", "-?"}, env);
+  const RunResult demon = RunProgram(Bounded({kBin + "TVWatchD", "-q", "100", "-?"}), env);
   EXPECT_EQ(demon.status, 1);
   EXPECT_EQ(SiteProcessIds(site.Path() + "/dat"), std::vector<int>{});
   for (const int port : ports) EXPECT_FALSE(LoopbackPortAccepts(port)) << port;
