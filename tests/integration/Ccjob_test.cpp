@@ -28,31 +28,26 @@ using Clock = std::chrono::steady_clock;
 
 const std::string kCcjob = std::string(FLOATDECK_BINARY_DIR) + "/bin/ccjob";
 
-TempDir* site = nullptr;
-int server = -1, worker = -1;
+TempDir*& site = UsePrivateSiteForTests([] {
+  ::unsetenv("CCJOB_EMPLOYER");
+  ChoosePort("TV_CCSERVER_PORT");
+  ChoosePort("TV_CCWORKER_PORT");
+  static const char* const args[] = {program_invocation_name};
+  Argument_Init(1, args);
+  Messages_Init();
+  StartService("CCworker", "TV_CCWORKER_PORT", {"-j", "2"});
+  StartService("CCserver", "TV_CCSERVER_PORT");
+});
 
-class Queue : public ::testing::Environment {
+// The services go before the site does, also when a test failed.
+class StopServices : public ::testing::Environment {
  public:
-  void SetUp() override {
-    site = new TempDir;
-    UsePrivateSite(site->Path());
-    ::unsetenv("CCJOB_EMPLOYER");
-    for (const char* port : {"TV_RMSERVER_PORT", "TV_CCSERVER_PORT", "TV_CCWORKER_PORT"}) ChoosePort(port);
-    static const char* const args[] = {program_invocation_name};
-    Argument_Init(1, args);
-    Messages_Init();
-    worker = StartService("CCworker", "TV_CCWORKER_PORT", {"-j", "2"});
-    server = StartService("CCserver", "TV_CCSERVER_PORT");
-  }
   void TearDown() override {
     SClient_CloseAllConnections();
-    StopService(server);
-    StopService(worker);
     StopSiteServices(site->Path() + "/dat");
-    delete site;
   }
 };
-const auto* const queue = ::testing::AddGlobalTestEnvironment(new Queue);
+const auto* const services = ::testing::AddGlobalTestEnvironment(new StopServices);
 
 SClient Client() {
   static SClient conn = CCclient_Connect("", 4000, nullptr);
