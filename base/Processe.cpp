@@ -36,6 +36,7 @@ bool exiting = false;
 bool coreDumps = false;
 int originalPid = 0;
 std::string runFile;  // this process's own; empty when it has none
+bool withoutRunFile = false;  // a process that only tells its usage
 
 // Newest procedure last; the chain is run from the back.
 std::vector<Processe_TerminationProcedure> chain;
@@ -173,9 +174,11 @@ void Processe_Init() {
   InstallHandlers();
   if (!DirAcces_CheckFlag("NO_RUN_FILE")) {
     CheckStopFile();
-    MakeRunFile();
+    if (!withoutRunFile) MakeRunFile();
   }
 }
+
+void Processe_WithoutRunFile() { withoutRunFile = true; }
 
 void Processe_SetApplicationType(std::uint8_t type) {
   applicationType = type == 0 ? kProcesseDefaultType : type;

@@ -21,6 +21,9 @@ inline constexpr std::uint8_t kProcesseDemonType = 3;
 // unless the flag NO_RUN_FILE is set, the stop file ends the process with
 // status 0 and the run file is made. Call Argument_Init before it.
 void Processe_Init();
+// Called before Processe_Init: the process makes no run file (it only tells
+// its usage and ends). The stop file still holds it.
+void Processe_WithoutRunFile();
 // A demon refuses to start while the flag NO_DAEMONS is set ("CCworker"
 // excepted): a line on standard error and exit status 1.
 void Processe_SetApplicationType(std::uint8_t type);

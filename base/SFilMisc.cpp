@@ -6,6 +6,8 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <iostream>
+#include <iterator>
 
 #include <atomic>
 #include <string>
@@ -179,4 +181,18 @@ bool SFilMisc_IsTmpName(StrIn path) {
   static const SRegExpr form = SRegExpr_Create("\\.[^/]*-[0-9]+\\.tmp(\\.[^./]*)?$");
   const std::string_view text = path.View();
   return SRegExpr_Match(form, std::string(text.substr(ElementStart(text))));
+}
+
+bool SFilMisc_ReadAll(const std::string& path, std::string& text) {
+  if (path == "-") {
+    text.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+    return !std::cin.bad();
+  }
+  std::FILE* in = std::fopen(path.c_str(), "rb");
+  if (in == nullptr) return false;
+  char chunk[8192];
+  for (std::size_t got; (got = std::fread(chunk, 1, sizeof chunk, in)) > 0;) text.append(chunk, got);
+  const bool read = std::ferror(in) == 0;
+  std::fclose(in);
+  return read;
 }

@@ -43,6 +43,9 @@ bool SFilMisc_EscapeShMetaChars(StrIn text, StrOut escaped);
 // `text` in single quotes (a quote in it as '\''), so that it passes a shell
 // as one word whatever it holds, line feeds included.
 std::string SFilMisc_QuoteForShell(std::string_view text);
+// The whole of the file `path` ("-" is standard input) into `text`; false
+// when it can't be opened or read.
+bool SFilMisc_ReadAll(const std::string& path, std::string& text);
 // Writes `text` as the file `path` whole or not at all: under the atomic
 // save's temporary name beside it, with permission bits `mode`, then renamed
 // over it. False, the old file untouched and nothing left behind, on failure.

@@ -15,6 +15,7 @@
 
 #include "base/Argument.h"
 #include "base/Messages.h"
+#include "base/Options.h"
 #include "base/Processe.h"
 #include "commands/ASerror.h"
 #include "commands/ASstep.h"
@@ -51,8 +52,7 @@ std::string ProgramName(const char* argv0) {
   return path.substr(path.rfind('/') + 1);
 }
 
-bool Run(const std::string& name) {
-  TextStr arg;
+bool Run(const std::string& name, const std::vector<std::string>& words) {
   const WFmodule_Kind kind = ASstep_KindOfCommand(name);
   if (kind == kWFmoduleNoKind) {
     Usage();
@@ -62,11 +62,10 @@ bool Run(const std::string& name) {
   WFmodule_GetRcFileName(kind, rcName);
   std::string rcFile;
   std::vector<std::string> files;
-  while (Argument_Get(arg)) {
-    const std::string text = StrIn(arg).Str();
+  for (const std::string& text : words) {
     const std::string last = text.substr(text.rfind('/') + 1);
     if (files.empty() && rcFile.empty() && rcName[0] != '\0' && last == StrIn(rcName).View()) rcFile = text;
-    else if (!(files.empty() && rcName[0] == '\0' && text == "-f")) files.push_back(text);
+    else files.push_back(text);
   }
   if (files.empty()) {
     Usage();
@@ -84,11 +83,17 @@ int main(int argc, char** argv) {
   // where they are and says so by its status.
   Processe_SetExitStatus(1);
   Argument_Init(argc, argv);
+  // "-f" of the delete folder is taken and changes nothing: files are removed anyway.
+  bool force = false;
+  std::vector<std::string> words;
+  const Options_Option options[] = {{"-f", false, Options_Set(force)}};
+  if (!Options_Read(options, Options_Append(words)) || words.empty())
+    Options_Refuse("AUTOSTEPmsg", section, 1, 1);  // messages: AutoStep 1
   Processe_Init();
   Messages_Init();
   ASstep_Init();
   Messages_UseMsgCat("AUTOSTEPmsg");
-  if (Run(name)) Processe_SetExitStatus(0);
+  if (Run(name, words)) Processe_SetExitStatus(0);
   Processe_Exit();
   return Processe_GetExitStatus();
 }

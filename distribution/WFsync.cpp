@@ -21,6 +21,8 @@ char WFsync_section[kSectionCap] = "WFsync";
 
 namespace {
 
+constexpr unsigned kBadHost = 30;  // with the host
+
 void Mark(WFfolder folder, StrIn mark, bool put) {
   if (!WFfolder_Startable(folder)) return;
   PathStr path, file;
@@ -105,6 +107,26 @@ bool WFsync_Debug() {
 bool WFsync_Word(StrIn text, std::string& word) {
   word = SFilMisc_QuoteForShell(text.View());
   return !text.Empty();
+}
+
+bool WFsync_CheckHost(StrIn host, StrOut reason) {
+  reason.Clear();
+  const std::string_view text = host.View();
+  const std::size_t at = text.find('@');
+  const std::string_view user = at == std::string_view::npos ? std::string_view() : text.substr(0, at);
+  const std::string_view name = at == std::string_view::npos ? text : text.substr(at + 1);
+  const auto fits = [](std::string_view part, std::string_view extra) {
+    if (part.empty() || part.front() == '-') return false;
+    for (const char c : part) {
+      const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+                         c == '.' || c == '_';
+      if (!plain && extra.find(c) == std::string_view::npos) return false;
+    }
+    return true;
+  };
+  if ((at == std::string_view::npos || fits(user, "")) && fits(name, ":[]")) return true;
+  Strings_Assign(WFsync_Text(kBadHost, std::string(text)), reason);  // messages: WFsync 30
+  return false;
 }
 
 bool WFsync_Run(const std::string& command) {

@@ -80,6 +80,11 @@ void WFsync_SetExpressWorkflow(WFbase workflow, bool express);
 Socket WFsync_SetupService(std::uint16_t& port);
 void WFsync_CloseService(Socket& service);
 WFsync_Connection WFsync_NoConnection();
+// Whether `host` may be handed to ssh: letters, digits, "-", ".", "_", and
+// ":" and "[]" of an IPv6 address, with one "user@" in front if need be;
+// neither part empty or beginning with "-", so that no host can become an
+// option. False with the reason (message 23) otherwise.
+bool WFsync_CheckHost(StrIn host, StrOut reason);
 // Starts the slave on `host` through ssh, waits up to 5 s for it to connect
 // and checks its version and projects directory. Nil with the reason
 // (messages 5, 9, 10, 11, 12) on failure.

@@ -49,11 +49,12 @@ constexpr char kSlaveLog[] = "Floatdeck.syncSlave.log";
 
 std::string Text(StrIn text) { return text.Str(); }
 
-// "ssh -o="BatchMode=yes" HOST " with the host as one word.
+// "ssh -o="BatchMode=yes" -- HOST " with the host as one word, behind "--"
+// so that ssh never reads it as an option.
 std::string Ssh(StrIn host) {
   std::string word;
   WFsync_Word(host, word);
-  return "ssh -o=\"BatchMode=yes\" " + word + " ";
+  return "ssh -o=\"BatchMode=yes\" -- " + word + " ";
 }
 
 void Yield(WFsync_Connection conn) {
@@ -72,7 +73,7 @@ bool Request(WFsync_Connection conn, StrIn line, int timeoutMs, StrOut text) {
 bool Copy(WFsync_Connection conn, StrIn path) {
   std::string file, target;
   if (!WFsync_Word(path, file) || !WFsync_Word(Text(conn->host) + ":" + Text(path), target)) return false;
-  return WFsync_Run("scp -Bpq " + file + " " + target);
+  return WFsync_Run("scp -Bpq -- " + file + " " + target);
 }
 
 // A component's command or icon as a file of its own outside MARLLIB; empty
@@ -140,7 +141,9 @@ WFsync_Connection WFsync_Connect(Socket service, std::uint16_t port, StrIn host,
     return nullptr;
   }
   // 2. The slave is started in the background on its host, with this
-  // process's DEBUG; it connects to this machine.
+  // process's DEBUG; it connects to this machine. A host that ssh could
+  // take for an option (or the shell for a command) is never handed on.
+  if (!WFsync_CheckHost(host, reason)) return nullptr;
   NameStr thisHost;
   DirAcces_GetMachineName(thisHost);
   const char* debug = std::getenv("DEBUG");

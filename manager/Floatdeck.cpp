@@ -118,8 +118,15 @@ bool RunMode(std::uint8_t mode) {
 }  // namespace
 
 void Floatdeck_Main(int argc, const char* const* argv) {
-  // 1. Modules, imports first.
+  // 1. The command line is read whole before anything starts: a line that
+  // only gets the usage leaves no run file. Then the modules, imports first.
   Argument_Init(argc, argv);
+  const bool accepted = Floatdeck_GetParams(Floatdeck_batchMode, Floatdeck_wfName,
+                                            Floatdeck_archiveDir, Floatdeck_masterInfo);
+  const bool needsName =
+      Floatdeck_batchMode != Floatdeck_Interactive && Floatdeck_batchMode != Floatdeck_Slave;
+  const bool usable = accepted && !(needsName && Floatdeck_wfName[0] == '\0');
+  if (!usable) Processe_WithoutRunFile();
   Floatdeck_InitModules();
   // 2. The program's own catalogs are searched first from now on.
   Messages_UseMsgCat("FLOATDECKmsg");
@@ -135,12 +142,8 @@ void Floatdeck_Main(int argc, const char* const* argv) {
   Floatdeck_demonInfo = TVWbase_DemonInfo{};
   // 4. Anything that does not explicitly succeed leaves with 1.
   Processe_SetExitStatus(1);
-  // 5. The command line, then the one mode.
-  const bool accepted = Floatdeck_GetParams(Floatdeck_batchMode, Floatdeck_wfName,
-                                            Floatdeck_archiveDir, Floatdeck_masterInfo);
-  const bool needsName =
-      Floatdeck_batchMode != Floatdeck_Interactive && Floatdeck_batchMode != Floatdeck_Slave;
-  if (!accepted || (needsName && Floatdeck_wfName[0] == '\0')) {
+  // 5. The usage, or the one mode.
+  if (!usable) {
     Floatdeck_DisplayUsage();
   } else if (RunMode(Floatdeck_batchMode)) {
     Processe_SetExitStatus(0);

@@ -19,6 +19,7 @@
 #include "base/Argument.h"
 #include "base/DirAcces.h"
 #include "base/Messages.h"
+#include "base/Options.h"
 #include "base/Processe.h"
 #include "base/SPrintf.h"
 #include "jobqueue/CCprotocol.h"
@@ -33,6 +34,7 @@ namespace {
 char section[16] = "CCserver";
 
 constexpr int kTickMs = 250;
+constexpr unsigned kUsageFirst = 20, kUsageLast = 25;
 constexpr int kBatch = 64;
 constexpr std::size_t kMinRewrite = 10000;
 
@@ -323,15 +325,18 @@ void Recover(const std::string& directory) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  SService_Start(argc, argv);
-
-  char argument[kTextCap] = "", address[kNameCap] = "", directory[kPathCap] = "";
+  Argument_Init(argc, argv);
+  std::string address, journal;
   std::vector<std::string> hosts;
-  while (Argument_Get(argument)) {
-    if (Strings_Equal(argument, "-b")) Argument_Get(address);
-    else if (Strings_Equal(argument, "-d")) Argument_Get(directory);
-    else if (Strings_Equal(argument, "-w") && Argument_Get(argument)) hosts.push_back(StrIn(argument).Str());
-  }
+  const Options_Option options[] = {
+      {"-b", true, Options_Store(address)},
+      {"-d", true, Options_Store(journal)},
+      {"-w", true, Options_Append(hosts)},
+  };
+  if (!Options_Read(options)) Options_Refuse("", section, kUsageFirst, kUsageLast);  // messages: CCserver 20-25
+  SService_Start(argc, argv);
+  char directory[kPathCap];
+  Strings_Assign(journal, directory);
 
   SProtocol protocol = CCprotocol_Server();
   port = SProtocol_Port(protocol);

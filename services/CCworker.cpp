@@ -27,9 +27,9 @@
 #include <vector>
 
 #include "base/Argument.h"
-#include "base/BConvert.h"
 #include "base/DirAcces.h"
 #include "base/Messages.h"
+#include "base/Options.h"
 #include "base/Processe.h"
 #include "base/SPrintf.h"
 #include "jobqueue/CCjobBase.h"
@@ -46,6 +46,8 @@ namespace {
 char section[16] = "CCworker";
 
 constexpr int kBusyTickMs = 100;
+constexpr unsigned kUsageFirst = 20, kUsageLast = 24;
+constexpr long kMaxSlots = 4096;  // more than any machine has processors
 constexpr int kIdleTickMs = 1000;
 constexpr auto kKillGrace = std::chrono::seconds(5);
 
@@ -347,25 +349,22 @@ void TakeOver() {
   }
 }
 
-std::size_t Option(StrIn text, std::size_t fallback) {
-  char copy[kNameCap];
-  Strings_Assign(text, copy);
-  std::uint32_t value = 0;
-  return BConvert_StrToCard(copy, value) && value > 0 ? value : fallback;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
+  Argument_Init(argc, argv);
+  std::string address, jobsDir;
+  long slotCount = std::max(1U, std::thread::hardware_concurrency());
+  const Options_Option options[] = {
+      {"-b", true, Options_Store(address)},
+      {"-d", true, Options_Store(jobsDir)},
+      {"-j", true, Options_Number(slotCount, 1, kMaxSlots)},
+  };
+  if (!Options_Read(options)) Options_Refuse("", section, kUsageFirst, kUsageLast);  // messages: CCworker 20-24
   SService_Start(argc, argv);
-
-  char argument[kTextCap] = "", address[kNameCap] = "", directory[kPathCap] = "";
-  slots = std::max(1U, std::thread::hardware_concurrency());
-  while (Argument_Get(argument)) {
-    if (Strings_Equal(argument, "-b")) Argument_Get(address);
-    else if (Strings_Equal(argument, "-d")) Argument_Get(directory);
-    else if (Strings_Equal(argument, "-j") && Argument_Get(argument)) slots = Option(argument, slots);
-  }
+  slots = static_cast<std::size_t>(slotCount);
+  char directory[kPathCap];
+  Strings_Assign(jobsDir, directory);
 
   SProtocol protocol = CCprotocol_Worker();
   server = SService_Listen(protocol, address, section);  // messages: CCworker 1

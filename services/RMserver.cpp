@@ -15,6 +15,7 @@
 #include "base/Argument.h"
 #include "base/DirAcces.h"
 #include "base/Messages.h"
+#include "base/Options.h"
 #include "base/Processe.h"
 #include "base/SPrintf.h"
 #include "jobqueue/SCipc.h"
@@ -28,6 +29,7 @@ namespace {
 char section[16] = "RMserver";
 
 constexpr int kPollMs = 100;
+constexpr unsigned kUsageFirst = 20, kUsageLast = 22;
 
 bool debugging = false;
 
@@ -129,11 +131,13 @@ void WatchPipeClients(SCipc pipes) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  Argument_Init(argc, argv);
+  std::string address;
+  const Options_Option options[] = {
+      {"-b", true, Options_Store(address)},
+  };
+  if (!Options_Read(options)) Options_Refuse("", section, kUsageFirst, kUsageLast);  // messages: RMserver 20-22
   SService_Start(argc, argv);
-
-  char argument[kTextCap] = "", address[kNameCap] = "";
-  while (Argument_Get(argument))
-    if (Strings_Equal(argument, "-b")) Argument_Get(address);
 
   SProtocol protocol = SRMproto_Protocol();
   SServer server = SService_Listen(protocol, address, section);  // messages: RMserver 1

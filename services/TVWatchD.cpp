@@ -31,6 +31,7 @@
 #include "base/Argument.h"
 #include "base/DirAcces.h"
 #include "base/Messages.h"
+#include "base/Options.h"
 #include "base/Processe.h"
 #include "base/SPrintf.h"
 #include "jobqueue/CCtypes.h"
@@ -53,7 +54,9 @@ constexpr int kTickMs = 100;
 constexpr std::uint32_t kLockWaitMs = 5000;
 constexpr std::int64_t kLookMs = 1000;        // the stop file
 constexpr std::int64_t kConfigLookMs = 2000;  // the configuration file
-constexpr std::int64_t kDefaultQuietMs = 2000;
+constexpr long kDefaultQuietMs = 2000;
+constexpr long kMaxQuietMs = 24L * 3600 * 1000;  // a day
+constexpr unsigned kUsageFirst = 20, kUsageLast = 24;
 constexpr unsigned kCannotListen = 1, kInfoNotWritten = 4, kNoConfiguration = 5, kHeld = 6, kNoInotify = 7;
 
 int wake[2] = {-1, -1};  // the signal handlers' pipe into the main loop
@@ -136,21 +139,22 @@ void Wait() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  Argument_Init(argc, argv);
+  std::string address;
+  long portNumber = 0, quietMs = kDefaultQuietMs;
+  const Options_Option options[] = {
+      {"-b", true, Options_Store(address)},
+      {"-p", true, Options_Number(portNumber, 0, 65535)},
+      {"-q", true, Options_Number(quietMs, 0, kMaxQuietMs)},
+  };
+  if (!Options_Read(options)) Options_Refuse("", section, kUsageFirst, kUsageLast);  // messages: TVWatchD 20-24
+  const auto port = static_cast<std::uint16_t>(portNumber);
   SService_Start(argc, argv);
   // Its own session, and none of the job variables of whoever started it.
   ::setsid();
   Processe_SignalIgnore(1);
   ::unsetenv(CCtypes_jobIdEnvVar);
   ::unsetenv(CCtypes_employerEnvVar);
-
-  char argument[kTextCap] = "", address[kNameCap] = "", value[kNameCap] = "";
-  std::uint16_t port = 0;
-  std::int64_t quietMs = kDefaultQuietMs;
-  while (Argument_Get(argument)) {
-    if (Strings_Equal(argument, "-b")) Argument_Get(address);
-    if (Strings_Equal(argument, "-p") && Argument_Get(value)) port = static_cast<std::uint16_t>(std::atoi(value));
-    if (Strings_Equal(argument, "-q") && Argument_Get(value)) quietMs = std::max(0, std::atoi(value));
-  }
 
   WFmodule_Init();
   TVWbase_Init();

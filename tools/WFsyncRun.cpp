@@ -83,6 +83,15 @@ bool WFsyncRun_Selected(const std::string& name, const std::string& host) {
 }
 
 bool WFsyncRun_Sync(const std::vector<std::string>& hosts, const std::vector<std::string>& workflows) {
+  // Every host is checked before any is contacted: one refused, none synced.
+  bool usable = true;
+  for (const std::string& host : hosts) {
+    TextStr reason;
+    if (WFsync_CheckHost(host, reason)) continue;
+    std::fprintf(stderr, "%s\n", StrIn(reason).Str().c_str());
+    usable = false;
+  }
+  if (!usable) return false;
   std::uint16_t port = 0;
   Socket service = WFsync_SetupService(port);
   if (service == Socket_Nil()) {

@@ -20,6 +20,7 @@
 
 #include "base/Argument.h"
 #include "base/Messages.h"
+#include "base/Options.h"
 #include "base/Processe.h"
 #include "base/SIdPool.h"
 #include "base/SPrintf.h"
@@ -50,7 +51,7 @@ struct Viewer {
   std::vector<std::string> names;
   I_Context context = nullptr;
   Widget area = nullptr;
-  const char* readyFile = nullptr;
+  std::string readyFile;  // empty when none is asked for, or once it is made
   bool failed = false;  // an image could not be read (whole)
   std::chrono::steady_clock::time_point shown{};  // when the picture was drawn last
 };
@@ -66,14 +67,6 @@ void TellCannotRead(const std::string& name) {
   Messages_ForgetErrorReasons();
   Imisc_StrErrMsg(text);
   viewer.failed = true;
-}
-
-void Usage() {
-  for (unsigned number = kUsage; number < kUsage + 3; ++number) {
-    TextStr text;
-    Messages_GetMsg(section, number, text);  // messages: imgview 1-3
-    std::fprintf(stderr, "%s\n", text);
-  }
 }
 
 // The composition of the pictures: their total width and height.
@@ -94,10 +87,10 @@ bool AllRead() {
 
 // The ready file of -r, once the whole picture was drawn.
 void Ready() {
-  if (viewer.readyFile == nullptr) return;
+  if (viewer.readyFile.empty()) return;
   W_Sync(false);
-  if (std::FILE* f = std::fopen(viewer.readyFile, "w")) std::fclose(f);
-  viewer.readyFile = nullptr;
+  if (std::FILE* f = std::fopen(viewer.readyFile.c_str(), "w")) std::fclose(f);
+  viewer.readyFile.clear();
 }
 
 // The pictures drawn at the scale that fits the area (never above 1), each
@@ -225,31 +218,29 @@ bool Show(const std::vector<std::string>& names, bool quick) {
   return true;
 }
 
-bool Run(int argc, char** argv) {
-  bool quick = false;
-  std::vector<std::string> names;
-  for (int i = 1; i < argc; ++i) {
-    if (std::strcmp(argv[i], "-q") == 0) quick = true;
-    else if (std::strcmp(argv[i], "-r") == 0 && i + 1 < argc) viewer.readyFile = argv[++i];
-    else if (std::strcmp(argv[i], "--") == 0 && i + 1 < argc) names.insert(names.end(), argv + i + 1, argv + argc), i = argc;
-    else if (argv[i][0] == '-') return Usage(), false;
-    else names.push_back(argv[i]);
-  }
-  if (names.empty() || names.size() > 2) return Usage(), false;
-  SIqif_Init();
-  SItiff_Init();
-  return Show(names, quick);
+// The command line, read whole before anything starts: the images and -q.
+bool GetOptions(std::vector<std::string>& names, bool& quick) {
+  const Options_Option options[] = {
+      {"-q", false, Options_Set(quick)},
+      {"-r", true, Options_Store(viewer.readyFile)},
+  };
+  return Options_Read(options, Options_Append(names)) && !names.empty() && names.size() <= 2;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   Argument_Init(argc, argv);
+  std::vector<std::string> names;
+  bool quick = false;
+  if (!GetOptions(names, quick)) Options_Refuse("IMGVIEWmsg", section, kUsage, kUsage + 2);  // messages: imgview 1-3
   Processe_Init();
   Messages_Init();
   Messages_UseMsgCat("IMGVIEWmsg");
   Processe_SetExitStatus(1);
-  if (Run(argc, argv) && !viewer.failed) Processe_SetExitStatus(0);
+  SIqif_Init();
+  SItiff_Init();
+  if (Show(names, quick) && !viewer.failed) Processe_SetExitStatus(0);
   Processe_Exit();
   return Processe_GetExitStatus();
 }

@@ -9,9 +9,12 @@
 // scheme, a name that couldn't be renamed or an unusable command line, 2 for
 // an internal error.
 #include <cstdio>
+#include <string>
+#include <vector>
 
 #include "base/Argument.h"
 #include "base/Messages.h"
+#include "base/Options.h"
 #include "base/Processe.h"
 #include "base/SPrintf.h"
 #include "rules/SRename.h"
@@ -30,10 +33,6 @@ void Say(std::FILE* stream, unsigned number, StrIn first = "", StrIn second = ""
   SPrintf_String(text, first);
   SPrintf_String(text, second);
   std::fprintf(stream, "%s\n", text);
-}
-
-void Usage() {
-  for (unsigned number = 1; number <= 3; ++number) Say(stderr, number);
 }
 
 void ShowSegments(SRename scheme) {
@@ -77,12 +76,7 @@ bool Show(SRename scheme, StrIn name) {
   return false;
 }
 
-bool Run() {
-  char path[kPathCap];
-  if (!Argument_Get(path) || path[0] == '-') {
-    Usage();
-    return false;
-  }
+bool Run(const std::string& path, const std::vector<std::string>& names) {
   SRename scheme = SRename_Nil();
   if (!SRename_Load(path, scheme)) {
     char reason[kTextCap];
@@ -96,8 +90,7 @@ bool Run() {
   if (renamed[0] != '\0') Say(stdout, 6, example, renamed);
   else if (example[0] != '\0') Say(stdout, 5, example);
   bool allRenamed = true;
-  char name[kTextCap];
-  while (Argument_Get(name)) allRenamed = Show(scheme, name) && allRenamed;
+  for (const std::string& name : names) allRenamed = Show(scheme, name) && allRenamed;
   SRename_Destroy(scheme);
   return allRenamed;
 }
@@ -106,13 +99,16 @@ bool Run() {
 
 int main(int argc, char** argv) {
   Argument_Init(argc, argv);
+  std::vector<std::string> words;
+  if (!Options_Read({}, Options_Append(words)) || words.empty())
+    Options_Refuse("RENAMECHECKmsg", section, 1, 3);  // messages: renamecheck 1-3
   Processe_Init();
   Messages_Init();
   SRename_Init();
   Messages_UseMsgCat("RENAMECHECKmsg");
   // Anything that does not explicitly succeed leaves with 1.
   Processe_SetExitStatus(1);
-  if (Run()) Processe_SetExitStatus(0);
+  if (Run(words.front(), {words.begin() + 1, words.end()})) Processe_SetExitStatus(0);
   Processe_Exit();
   return Processe_GetExitStatus();
 }

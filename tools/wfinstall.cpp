@@ -24,8 +24,6 @@
 // refusal, an install that failed part way), 2 an internal error.
 #include <algorithm>
 #include <cstdio>
-#include <iostream>
-#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -34,7 +32,9 @@
 #include "base/Catalog.h"
 #include "base/DirAcces.h"
 #include "base/Messages.h"
+#include "base/Options.h"
 #include "base/Processe.h"
+#include "base/SFilMisc.h"
 #include "base/SPrintf.h"
 #include "distribution/RWbase.h"
 #include "distribution/WFsync.h"
@@ -48,7 +48,6 @@ namespace {
 
 char section[kSectionCap] = "wfinstall";
 
-// messages: wfinstall 1-7
 constexpr unsigned kUsageFirst = 1;
 constexpr unsigned kUsageLast = 7;
 constexpr unsigned kValid = 10;          // with the file
@@ -73,6 +72,7 @@ enum class Action { Install, Check, Remove, Sync };
 struct Options {
   Action action = Action::Install;
   bool force = false;
+  bool noDemon = false;  // -n
   std::string name;  // -w NAME, or the workflow of -r
   std::string file;
   std::vector<std::string> hosts, workflows;  // -S
@@ -86,54 +86,42 @@ void Say(std::FILE* stream, unsigned number, StrIn first = "", StrIn second = ""
   std::fprintf(stream, "%s\n", StrIn(text).Str().c_str());
 }
 
-void Usage() {
-  for (unsigned number = kUsageFirst; number <= kUsageLast; ++number) Say(stderr, number);
-}
-
+// The command line, read whole before any module starts.
 bool GetOptions(Options& options) {
-  TextStr word;
-  while (Argument_Get(word)) {
-    const std::string text = StrIn(word).Str();
-    if (text == "-f") {
-      options.force = true;
-    } else if (text == "-n") {
-      AutoMisc_AllowDemonStart(false);
-    } else if (text == "-c") {
-      options.action = Action::Check;
-    } else if (text == "-r" || text == "-w") {
-      if (text == "-r") options.action = Action::Remove;
-      if (!Argument_Get(word)) return false;
-      options.name = StrIn(word).Str();
-    } else if (text == "-S") {
-      options.action = Action::Sync;
-      if (!Argument_Get(word) || StrIn(word).Empty()) return false;
-      options.hosts.push_back(StrIn(word).Str());
-    } else if (text.size() > 1 && text[0] == '-') {
-      return false;
-    } else if (options.action == Action::Sync) {
-      options.workflows.push_back(text);
-    } else {
-      if (!options.file.empty()) return false;
-      options.file = text;
+  const Options_Option table[] = {
+      {"-f", false, Options_Set(options.force)},
+      {"-n", false, Options_Set(options.noDemon)},
+      {"-c", false, [&](const std::string&) {
+         options.action = Action::Check;
+         return true;
+       }},
+      {"-r", true,
+       [&](const std::string& name) {
+         options.action = Action::Remove;
+         options.name = name;
+         return true;
+       }},
+      {"-w", true, Options_Store(options.name)},
+      {"-S", true,
+       [&](const std::string& host) {
+         options.action = Action::Sync;
+         options.hosts.push_back(host);
+         return !host.empty();
+       }},
+  };
+  const auto operand = [&options](const std::string& word) {
+    if (options.action == Action::Sync) {
+      options.workflows.push_back(word);
+      return true;
     }
-  }
+    if (!options.file.empty()) return false;
+    options.file = word;
+    return true;
+  };
+  if (!Options_Read(table, operand)) return false;
   if (options.action == Action::Sync) return options.file.empty() && options.name.empty() && !options.force;
   if (options.action == Action::Remove) return options.file.empty() && !options.name.empty();
   return !options.file.empty();
-}
-
-bool ReadText(const std::string& file, std::string& text) {
-  if (file == "-") {
-    text.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
-    return !std::cin.bad();
-  }
-  std::FILE* in = std::fopen(file.c_str(), "rb");
-  if (in == nullptr) return false;
-  char chunk[8192];
-  for (std::size_t got; (got = std::fread(chunk, 1, sizeof chunk, in)) > 0;) text.append(chunk, got);
-  const bool read = std::ferror(in) == 0;
-  std::fclose(in);
-  return read;
 }
 
 // --- Looking at the disk -------------------------------------------------------------------
@@ -203,7 +191,7 @@ bool Repair(StrIn) { return true; }
 
 bool Install(const Options& options) {
   std::string text;
-  if (!ReadText(options.file, text)) {
+  if (!SFilMisc_ReadAll(options.file, text)) {
     Say(stderr, kUnreadable, options.file);
     return false;
   }
@@ -288,12 +276,8 @@ bool Remove(const Options& options) {
   return ok;
 }
 
-bool Run() {
-  Options options;
-  if (!GetOptions(options)) {
-    Usage();
-    return false;
-  }
+bool Run(const Options& options) {
+  AutoMisc_AllowDemonStart(!options.noDemon);
   // Batch work: messages go to standard error, every question is a yes.
   WFbase_SetFeedback(false);
   AutoMisc_SetFeedback(false);
@@ -305,6 +289,8 @@ bool Run() {
 
 int main(int argc, char** argv) {
   Argument_Init(argc, argv);
+  Options options;
+  if (!GetOptions(options)) Options_Refuse("WFINSTALLmsg", section, kUsageFirst, kUsageLast);  // messages: wfinstall 1-7
   Processe_Init();
   Messages_Init();
   Catalog_Init();
@@ -317,7 +303,7 @@ int main(int argc, char** argv) {
   Messages_UseMsgCat("WFINSTALLmsg");
   // Anything that does not explicitly succeed leaves with 1.
   Processe_SetExitStatus(1);
-  if (Run()) Processe_SetExitStatus(0);
+  if (Run(options)) Processe_SetExitStatus(0);
   Processe_Exit();
   return Processe_GetExitStatus();
 }

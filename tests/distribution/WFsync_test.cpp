@@ -61,6 +61,24 @@ struct Line {
 
 }  // namespace
 
+// A host reaches ssh only when no shell or ssh could read more into it.
+TEST(WFsync, HostsThatCouldBecomeOptionsOrCommandsAreRefused) {
+  for (const char* host : {"slave1", "slave-1.example.com", "build_2", "admin@slave1", "fe80::1", "[::1]", "10.0.0.7"}) {
+    TextStr reason;
+    EXPECT_TRUE(WFsync_CheckHost(StrIn::C(host), reason)) << host;
+    EXPECT_STREQ(reason, "");
+  }
+  for (const char* host : {"", "-oProxyCommand=touch x", "-p22", "a;touch x", "$(touch x)", "`id`", "a b", "a\nb",
+                           "host/x", "@slave1", "user@", "user@-oX", "-user@host", "a@b@c", "a'b", "a|b", "a>b"}) {
+    TextStr reason;
+    EXPECT_FALSE(WFsync_CheckHost(StrIn::C(host), reason)) << host;
+    // The reason names the host, so that an operator sees which one.
+    if (*host != '\0') {
+      EXPECT_NE(std::string(reason).find(host), std::string::npos) << reason;
+    }
+  }
+}
+
 TEST(WFsync, ServiceTakesTheFirstFreePortOfItsRangeAndNoOther) {
   // Every port of the range that is free now is held here.
   std::vector<Socket> held;

@@ -143,3 +143,7 @@ int StartRMserver(const std::vector<std::pair<std::string, std::string>>& env) {
   return StartService("RMserver", "TV_RMSERVER_PORT", {}, env);
 }
 void StopRMserver(int& pid) { StopService(pid); }
+
+std::vector<int> SiteProcessIds(const std::string& dat) { return SiteProcesses(dat); }
+
+bool LoopbackPortAccepts(int port) { return Accepts(static_cast<std::uint16_t>(port)); }

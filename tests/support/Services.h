@@ -39,3 +39,9 @@ void StopRMserver(int& pid);
 // get SIGTERM, after 10 s SIGKILL. Waits until none is left; the stop file
 // stays.
 void StopSiteServices(const std::string& dat);
+
+// The processes other than this one that were started for the installation
+// whose MARLDAT is `dat` (found by their environment); none when all ended.
+std::vector<int> SiteProcessIds(const std::string& dat);
+// Whether anything accepts connections on the loopback port.
+bool LoopbackPortAccepts(int port);
