@@ -52,6 +52,8 @@ void RaiseTask(std::uintptr_t) {
 }
 
 bool Show(const char* host) {
+  // At once: a parent may ask for a raise before the window is there.
+  Processe_InstallSignalHandler(kRaiseSignal, RaiseHandler);
   Wt_Initialize();
   if (!Messages_Quietly([] { return WtBase_AssertDisplayOpen(); })) {
     // Said here: as an error of the toolkit it would end the program as an internal one.
@@ -62,7 +64,6 @@ bool Show(const char* host) {
   }
   I_Init();
   if (!CCqueueInt_StartUp(std::string(host), nullptr, 0)) return false;
-  Processe_InstallSignalHandler(kRaiseSignal, RaiseHandler);
   I_ScheduleTask(kRaiseCheckMs, RaiseTask, 0);
   I_MainLoop();
   // SIGTERM or the window manager ended the loop: the window closes as by its button.

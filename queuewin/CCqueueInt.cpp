@@ -47,6 +47,7 @@ void TellConnection(bool connected) {
 void UpdateNotifyHandler(std::uintptr_t) {
   CCqueueInt_State* s = CCqueueInt_globalHandle;
   if (s == nullptr) return;
+  if (s->closeAsked) return CCqueueInt_Exit();
   if (I_Active(s->dialog) && CCqueueInt_GotNewData()) {
     CCqueueInt_UpdateView();
     I_RescheduleTask(kChangedMs);
@@ -65,7 +66,12 @@ void MessageHandler(std::uintptr_t) {
   I_RescheduleTask(kMessageMs);
 }
 
-void CloseCB(I_Context, bool, std::uintptr_t) { CCqueueInt_Exit(); }
+// The window manager closed the window: it closes now. Leaving the program
+// (SIGTERM, inside its handler) only notes it; the update task closes it.
+void CloseCB(I_Context, bool leaving, std::uintptr_t) {
+  if (!leaving) return CCqueueInt_Exit();
+  if (CCqueueInt_globalHandle != nullptr) CCqueueInt_globalHandle->closeAsked = true;
+}
 
 // The dialog with its tables, once for the process.
 struct Window {

@@ -33,7 +33,7 @@ void Refused(unsigned number, StrIn text) {
 
 void TellFailReason() {
   TextStr reason;
-  CCqueueReq_GetFailReason(CCqueueInt_globalHandle->req, reason);
+  CCqueueReq_GetFailReason(CCqueueInt_globalHandle != nullptr ? CCqueueInt_globalHandle->req : nullptr, reason);
   Refused(kRefused, reason);
 }
 
@@ -137,6 +137,7 @@ void CCqueueInt_ModifyJob() {
   I_PutSTRING(edit, kEditPriority, std::to_string(CCjobBase_GetPriority(job)));
   I_PutSTRING(edit, kEditDescription, std::string(CCjobBase_GetDescriptionField(job)));
   I_PutINTEGER(edit, kEditButtons, 0);
+  I_SetINTEGERcallback(edit, kEditButtons, [](I_Context c, std::int32_t, std::int32_t, std::uintptr_t) { I_Deactivate(c); }, 0);
   I_Activate(edit);
   I_Dialog(edit);
   if (I_GetINTEGER(edit, kEditButtons) == 1) {

@@ -112,6 +112,7 @@ struct CCqueueInt_State {
   std::string host;
   CCqueueReq req = nullptr;
   bool connected = false, toldConnected = false;
+  volatile bool closeAsked = false;  // set by a signal's handler
   bool columns[5] = {true, true, true, true, true};
   std::int64_t lastProgressMs = 0;  // when the progress column was drawn last
   std::string tempDetails;          // the details file shown in the viewer
