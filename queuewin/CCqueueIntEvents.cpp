@@ -193,17 +193,14 @@ bool CCqueueInt_ApplyEvent(CCqueueInt_Lists& lists, const CCevent_Event& e) {
 void CCqueueInt_Forget(CCqueueInt_Lists& lists, CCqueueInt_Job* job) { Remove(lists, job, 0); }
 
 void CCqueueInt_MoveUp(CCqueueInt_Lists& lists, const std::vector<CCqueueInt_Job*>& raised) {
+  // The server puts raised waiting jobs in front of all, running ones too
+  // (its order is by priority, then by arrival, and a raise makes them first).
   std::vector<CCqueueInt_Job*>& jobs = lists.actual.jobs;
-  // The front of the waiting jobs: behind the running ones at the top.
   std::vector<CCqueueInt_Job*> moving;
   for (CCqueueInt_Job* job : raised)
     if (job->status == CCtypes_Waiting || job->status == CCtypes_WaitingForPrecond) moving.push_back(job);
-  if (moving.empty()) return;
   std::erase_if(jobs, [&](CCqueueInt_Job* j) { return std::find(moving.begin(), moving.end(), j) != moving.end(); });
-  auto front = std::find_if(jobs.begin(), jobs.end(), [](const CCqueueInt_Job* j) {
-    return j->status == CCtypes_Waiting || j->status == CCtypes_WaitingForPrecond;
-  });
-  jobs.insert(front, moving.begin(), moving.end());
+  jobs.insert(jobs.begin(), moving.begin(), moving.end());
 }
 
 WtTableD_Record* CCqueueInt_Link(CCqueueInt_JobList& list) {

@@ -77,8 +77,8 @@ struct CCqueueInt_Lists {
 bool CCqueueInt_ApplyEvent(CCqueueInt_Lists& lists, const CCevent_Event& event);
 // Takes `job` out of its list at once (before the server's event tells).
 void CCqueueInt_Forget(CCqueueInt_Lists& lists, CCqueueInt_Job* job);
-// Moves the jobs of `raised` (in list order) to the front of the waiting
-// jobs of the actual list, as the server will.
+// Moves the waiting jobs of `raised` (in list order) to the front of the
+// actual list, as the server will.
 void CCqueueInt_MoveUp(CCqueueInt_Lists& lists, const std::vector<CCqueueInt_Job*>& raised);
 // Links the records of a list through `next` and numbers their places;
 // the first record, or nil.

@@ -83,11 +83,11 @@ TEST(CCqueueIntLists, RaiseAndDeleteAtOnce) {
   CCqueueInt_Lists lists;
   CCqueueInt_ApplyEvent(lists, Job(CCevent_JobAdded, "run", 1, CCtypes_Running));
   for (int i = 1; i <= 3; ++i) CCqueueInt_ApplyEvent(lists, Job(CCevent_JobAdded, "w" + std::to_string(i), i + 1));
-  // Raised jobs go in front of the waiting ones, behind the running one; a running one stays.
-  CCqueueInt_MoveUp(lists, {lists.byId.at("w3"), lists.byId.at("run")});
-  EXPECT_EQ(Order(lists.actual), "run@1 w3@2 w1@3 w2@4 ");
+  // Raised waiting jobs go to the front, in their order; a running one stays.
+  CCqueueInt_MoveUp(lists, {lists.byId.at("w3"), lists.byId.at("run"), lists.byId.at("w2")});
+  EXPECT_EQ(Order(lists.actual), "w3@1 w2@2 run@3 w1@4 ");
   CCqueueInt_Forget(lists, lists.byId.at("w1"));
-  EXPECT_EQ(Order(lists.actual), "run@1 w3@2 w2@3 ");
+  EXPECT_EQ(Order(lists.actual), "w3@1 w2@2 run@3 ");
   EXPECT_EQ(lists.byId.count("w1"), 0u);
   // The record stays until the tables have the new list.
   EXPECT_EQ(lists.goneJobs.size(), 1u);
