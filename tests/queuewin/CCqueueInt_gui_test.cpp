@@ -22,6 +22,7 @@
 #include "jobqueue/CCjob.h"
 #include "jobqueue/CCprotocol.h"
 #include "jobqueue/CCtypes.h"
+#include "manager/FloatdeckWin.h"
 #include "queuewin/CCqueueInt.h"
 #include "queuewin/CCqueueIntRec.h"
 #include "rc/SrcFile.h"
@@ -233,6 +234,18 @@ TEST(CCqueueIntGui, FollowsAndCommandsTheQueue) {
   ASSERT_TRUE(Rounds([] { return Find("broken") != nullptr; }));
   CCqueueInt_globalHandle->exit = [](std::uintptr_t) {};
   CCqueueInt_Exit();
+
+  // The manager's command 50, given twice: one window, in this process;
+  // closing it leaves the manager's loop running.
+  Floatdeck_IntCB(nullptr, Floatdeck_kCommand, Floatdeck_cmdJobQueue, 0);
+  Floatdeck_IntCB(nullptr, Floatdeck_kCommand, Floatdeck_cmdJobQueue, 0);
+  EXPECT_TRUE(CCqueueInt_IsOpen());
+  EXPECT_EQ(CCqueueInt_Context(), context);
+  EXPECT_TRUE(I_Active(context));
+  WtEvents_leaveMainLoop = false;
+  ASSERT_TRUE(Replay("AOBJ CCqueueInt 1 9\n"));
+  EXPECT_FALSE(CCqueueInt_IsOpen());
+  EXPECT_FALSE(WtEvents_leaveMainLoop);
 }
 
 TEST(CCqueueIntGui, DependentProcessIsRaisedNotDoubledAndEndsWithItsParent) {
