@@ -195,6 +195,8 @@ TEST(CCqueueIntGui, FollowsAndCommandsTheQueue) {
   // A server restart: the window says so, then shows the queue again, each job once.
   site->StopServer();
   ASSERT_TRUE(Rounds([] { return !CCqueueInt_globalHandle->connected; }));
+  const std::string down = CCqueueInt_Text(1).substr(CCqueueInt_Text(1).find("%s") + 2);
+  ASSERT_TRUE(Rounds([&] { return Message().find(down) != std::string::npos; })) << Message();
   ASSERT_TRUE(site->StartServer());
   ASSERT_TRUE(Rounds([] { return CCqueueInt_globalHandle->connected && Lists().actual.jobs.size() == 3; }));
   ASSERT_TRUE(Rounds([] { return Order() == "c edited d a "; })) << Order();
