@@ -9,6 +9,7 @@
 #include "manager/Floatdeck.h"
 #include "manager/WFstatus.h"
 #include "manager/WFstatusErrors.h"
+#include "queuewin/CCqueueInt.h"
 #include "rc/SrcFile.h"
 #include "toolkit/Imisc.h"
 #include "toolkit/WtEvents.h"
@@ -180,6 +181,8 @@ void Floatdeck_IntCB(I_Context, std::int32_t, std::int32_t value, std::uintptr_t
     case Floatdeck_cmdPack: Floatdeck_OpenPackDialog(); break;
     case Floatdeck_cmdStartDemon: Floatdeck_StartDemon(); break;
     case Floatdeck_cmdDemonInfo: Floatdeck_ShowDemonInfo(); break;
+    // The queue window in this process; closing it leaves the manager running.
+    case Floatdeck_cmdJobQueue: CCqueueInt_StartUp("", [](std::uintptr_t) {}, 0); break;
     case Floatdeck_cmdAbout: Floatdeck_About(); break;
     default: break;
   }

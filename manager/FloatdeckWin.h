@@ -53,6 +53,7 @@ inline constexpr std::int32_t Floatdeck_cmdEndDiscard = 11;
 inline constexpr std::int32_t Floatdeck_cmdStart = 20;
 inline constexpr std::int32_t Floatdeck_cmdStop = 21;
 inline constexpr std::int32_t Floatdeck_cmdPack = 33;
+inline constexpr std::int32_t Floatdeck_cmdJobQueue = 50;
 inline constexpr std::int32_t Floatdeck_cmdStartDemon = 52;
 inline constexpr std::int32_t Floatdeck_cmdDemonInfo = 53;
 inline constexpr std::int32_t Floatdeck_cmdAbout = 117;

@@ -18,7 +18,7 @@ import struct
 import sys
 
 CODE_DIRS = ["base", "rc", "workflow", "watch", "jobqueue", "distribution", "manager",
-             "toolkit", "frontends", "rules", "image", "users", "tools", "services",
+             "toolkit", "frontends", "rules", "image", "users", "tools", "services", "queuewin",
              "commands"]
 SECTION_VAR = re.compile(r'char\s+(\w+)\s*\[[^\]]*\]\s*=\s*"([^"]*)"')
 CALL = re.compile(r'\bMessages_(?:Error|GetMessage|GetMsg)\s*\(\s*(?:"([^"]*)"|(\w+))\s*,\s*(\d+)\s*[,)]')
