@@ -51,6 +51,9 @@ class Wfinstall : public ::testing::Test {
   void SetUp() override {
     for (const char* dir : {"projects", "customer", "env", "dat", "tmp"}) fs::create_directories(site.Path() + "/" + dir);
     for (const char* port : {"TV_CCSERVER_PORT", "TV_CCWORKER_PORT", "TV_RMSERVER_PORT"}) ChoosePort(port);
+    // The server the remote starts of the descriptions name.
+    PutFile(site.Path() + "/customer/RemoteWatchDaemon.cfg",
+            "SERVER = {\n  NAME = \"ftp1\";\n  PROTOCOL = ftp;\n  NO_PROXY = false;\n};\n");
   }
   void TearDown() override { StopSiteServices(site.Path() + "/dat"); }
 
@@ -153,9 +156,10 @@ TEST_F(Wfinstall, InstallsTheDescribedWorkflowWithItsDemonAndRemoteWatchEntries)
                       "  DELETE_SOURCE_FILES_AFTER_COPY = false;\n"
                       "  TARGETID = {\n    KIND = workflow;\n    NAME = \"sample\";\n  };\n")) << rw;
 
-  // Without remote starts the hot folder goes, and with it the whole file.
+  // Without remote starts the hot folder goes; the server stays.
   ASSERT_EQ(Install(kSample).status, 0);
-  EXPECT_FALSE(fs::exists(site.Path() + "/customer/RemoteWatchDaemon.cfg"));
+  EXPECT_FALSE(Has(RemoteWatch(), "HOTFOLDER")) << RemoteWatch();
+  EXPECT_TRUE(Has(RemoteWatch(), "NAME = \"ftp1\";")) << RemoteWatch();
 }
 
 TEST_F(Wfinstall, ASecondInstallRewritesOnlyWhatChanged) {
@@ -387,4 +391,58 @@ TEST_F(Wfinstall, AnInstallThatFailsPartWayLeavesARebuildableWorkflow) {
   ASSERT_EQ(Install(grown).status, 0);
   EXPECT_TRUE(Has(Dump(), "FILTER: " + projects + "/autofolder/autofilter/flow_sample_1 --> [4]\n"));
   EXPECT_FALSE(fs::exists(renamed));
+}
+
+// The start folder's parameters reach its rc as its dialog's OK gives them:
+// the first command follows transfer and file mode, chosen formats give
+// their expression, and what OK refuses is refused with the start's line.
+TEST_F(Wfinstall, TheStartFolderGetsItsFrontEndsValuesAndChecks) {
+  const auto firstLine = [&](const std::string& name) {
+    const std::string rc = FileText(projects + "/workflow/" + name + "/.autostartrc");
+    return rc.substr(0, rc.find('\n'));
+  };
+  const auto install = [&](const std::string& name, const std::string& start) {
+    const RunResult r = Install("workflow " + name + "\n" + start + "\nrename ren -> outdir\n", {"-n"});
+    EXPECT_EQ(r.status, 0) << start << r.err;
+  };
+  install("a", "start in -> ren");
+  EXPECT_EQ(firstLine("a"), "imgmv");
+  EXPECT_TRUE(Has(FileText(projects + "/workflow/a/.autostartrc"), ": AUTOMODE=_TRUE_\n"));
+  EXPECT_TRUE(Has(Entries().at(projects + "/workflow/a"), ":FILES=<images>:")) << Entries().at(projects + "/workflow/a");
+  install("a", "start in -> ren MODE=1 FILEMODE=2");
+  EXPECT_EQ(firstLine("a"), "ln");
+  EXPECT_TRUE(Has(FileText(projects + "/workflow/a/.autostartrc"), ": AUTOMODE=_FALSE_\n"));
+  install("a", "start in -> ren FILEMODE=2 AUTOMODE=_TRUE_");
+  EXPECT_EQ(firstLine("a"), "imgmv") << "the workflow chooses images for the rename";
+  install("a", "start in -> ren MODE=3");
+  EXPECT_EQ(firstLine("a"), "jobticket.sh -p " + projects + "/workflow/a");
+  install("b", "start in -> ren FILEMODE=4 FILEFMTS=\".tif .qif\"");
+  EXPECT_EQ(firstLine("b"), "imgmv");
+  EXPECT_TRUE(Has(FileText(projects + "/workflow/b/.autostartrc"), ": FILESREGEXP=")) << firstLine("b");
+  EXPECT_TRUE(Has(Entries().at(projects + "/workflow/b"), "tif")) << Entries().at(projects + "/workflow/b");
+
+  const auto everything = [&] {
+    std::map<std::string, std::string> files = {{"cfg", FileText(site.Path() + "/env/tvwatchd.cfg")}};
+    for (const auto& entry : fs::recursive_directory_iterator(projects)) {
+      files[entry.path()] = entry.is_regular_file() ? FileText(entry.path()) : "";
+    }
+    return files;
+  };
+  const std::pair<std::string, std::string> refused[] = {
+      {"FILEMODE=4", "File mode \"chosen formats\" needs at least one format."},
+      {"FILEMODE=4 FILEFMTS=\".tif .nope\"", "\".tif .nope\" cannot be used here"},
+      {"SUBDIRS=_TRUE_ EXTENDFILENAMES=_TRUE_ EXTENDDELIMITER=/", "\"/\" cannot be used here"},
+      {"STARTDIR=" + site.Path() + "/flow_x_12", site.Path() + "/flow_x_12 is named like a hot folder"},
+      {"STARTDIR=" + projects + "/workflow/b", "is already the start directory of workflow b."},
+      {"STARTDIR=" + projects + "/workflow/a/outdir", "is the workflow's own end directory"},
+      {"REMOTESTART_0/SERVERNAME=ftp9 REMOTESTART_0/SERVERDIR=/in", "The server ftp9 is not configured"},
+  };
+  for (const auto& [params, words] : refused) {
+    const auto before = everything();
+    const RunResult r = Install("workflow a\n\nstart in -> ren " + params + "\nrename ren -> outdir\n", {"-n"});
+    EXPECT_EQ(r.status, 1) << params;
+    EXPECT_TRUE(Has(r.err, site.Path() + "/wf.txt, line 3: ")) << r.err;
+    EXPECT_TRUE(Has(r.err, words)) << r.err;
+    EXPECT_EQ(everything(), before) << params;
+  }
 }
