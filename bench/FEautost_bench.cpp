@@ -36,7 +36,8 @@ void Site() {
     std::filesystem::create_directories(directory + dir);
   }
   ::setenv("TV_NO_RUN_FILE", "1", 1);
-  ::setenv("MARLENV", (directory + "/env").c_str(), 1);
+  // The site's demon configuration, the build's catalogs.
+  ::setenv("MARLENV", (directory + "/env:" FLOATDECK_BINARY_DIR "/env").c_str(), 1);
   ::setenv("MARLDAT", (directory + "/dat").c_str(), 1);
   ::setenv("TV_CUSTOMER", (directory + "/customer").c_str(), 1);
   ::setenv("TV_PROJECTS", (directory + "/projects").c_str(), 1);

@@ -314,9 +314,15 @@ struct Applier {
       Out(*node.line, node.line->outs[index - 1], target);
       WFfolder_SetOutFolder(model, static_cast<std::uint32_t>(index), FolderOf(target));
     }
+    // With the automatic file mode the workflow chooses the start's file
+    // mode (WFbase_SetFolderMode): it stays as the last install chose it.
+    const bool autoFileMode = start && WFfolder_GetBoolOptDef(model, WFbase_optAutoMode, false);
+    const auto kept = [&](const std::string& key) {
+      return Kept(start, key) || (autoFileMode && key == WFbase_optFileMode);
+    };
     std::map<std::string, std::string> wanted;
     for (const auto& [key, value] : Options(model)) {
-      if (!Kept(start, key)) wanted.emplace(key, value);
+      if (!kept(key)) wanted.emplace(key, value);
     }
     WFfolder_Destroy(model);
     for (const auto& [key, value] : wanted) {
@@ -326,7 +332,7 @@ struct Applier {
       }
     }
     for (const auto& [key, value] : Options(node.folder)) {
-      if (wanted.count(key) == 0 && !Kept(start, key)) WFfolder_UnsetOpt(node.folder, key);
+      if (wanted.count(key) == 0 && !kept(key)) WFfolder_UnsetOpt(node.folder, key);
     }
     if (start) StartCommand(node.folder);
     return true;

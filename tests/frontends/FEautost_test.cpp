@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <string>
+#include <type_traits>
 
 #include "base/Argument.h"
 #include "distribution/RWconfig.h"
@@ -216,6 +217,45 @@ TEST_F(FEautostTest, TheChecksOfOKInTheirOrder) {
   SAutoRcF_SetBoolOpt(rc, "SUBDIRS", false);
   EXPECT_EQ(Apply(), "");
   EXPECT_EQ(Opt(rc, "EXTENDFILENAMES"), "_FALSE_");
+}
+
+TEST_F(FEautostTest, TheDependentElementsFollowTheirValues) {
+  AutoDict dictionary = AutoDict_Create(32);
+  FEautost_DefineParameters(dictionary, false);
+  const auto set = [&](std::uint32_t element, auto value) {
+    if constexpr (std::is_same_v<decltype(value), bool>) {
+      AutoDict_SetBool(AutoDict_GetParameter(dictionary, element), value);
+    } else {
+      AutoDict_SetInt(AutoDict_GetParameter(dictionary, element), value);
+    }
+  };
+  FEautost_Data data;
+  UseServers({{"ftp1", ""}});
+  FEautost_LoadRemoteStarts(data, rc);
+  set(kFEautostSubdirs, true);
+  set(kFEautostExtend, true);
+  set(kFEautostAutoMode, false);
+  set(kFEautostFileMode, 4);
+  FEautost_Enabling on;
+  FEautost_GetEnabling(dictionary, data, on);
+  EXPECT_TRUE(on.extend && on.extendFields && on.formats && on.remoteOn);
+  EXPECT_EQ(on.selector, -1);
+  EXPECT_FALSE(on.finalPage || on.startDir);
+  EXPECT_FALSE(FEautost_ApplyRule(dictionary, data, FEautost_Rule::ExtendAllowed));
+
+  // Job tickets can't extend names: switched off and cleared.
+  set(kFEautostMode, 3);
+  FEautost_GetEnabling(dictionary, data, on);
+  EXPECT_FALSE(on.extend);
+  EXPECT_TRUE(FEautost_ApplyRule(dictionary, data, FEautost_Rule::ExtendAllowed));
+  EXPECT_FALSE(AutoDict_GetBool(AutoDict_GetParameter(dictionary, kFEautostExtend)));
+  // File mode 6 means final pages; the formats button goes.
+  set(kFEautostFileMode, 6);
+  EXPECT_TRUE(FEautost_ApplyRule(dictionary, data, FEautost_Rule::FormatsChosen));
+  EXPECT_TRUE(AutoDict_GetBool(AutoDict_GetParameter(dictionary, kFEautostFinalPage)));
+  FEautost_GetEnabling(dictionary, data, on);
+  EXPECT_EQ(on.selector, -3);
+  AutoDict_Destroy(dictionary);
 }
 
 TEST_F(FEautostTest, TheIntervalListChoosesWithItsAsymmetry) {

@@ -141,7 +141,9 @@ TEST_F(Wfinstall, InstallsTheDescribedWorkflowWithItsDemonAndRemoteWatchEntries)
   // module's tree; the end has none.
   const auto entries = Entries();
   ASSERT_EQ(entries.size(), 4u) << FileText(site.Path() + "/env/tvwatchd.cfg");
-  EXPECT_TRUE(Has(entries.at(start), ":FILES=^[^\\.]:CMD=autostart.sh:READABLECMD=AutoStart:OPTIONS=.autostartrc"));
+  // The start takes what its first step takes: images, for the rename.
+  EXPECT_TRUE(Has(entries.at(start), ":FILES=<images>:CMD=autostart.sh:READABLECMD=AutoStart:OPTIONS=.autostartrc"))
+      << entries.at(start);
   EXPECT_FALSE(Has(entries.at(start), "SUBDIRS"));
   EXPECT_TRUE(Has(entries.at(rename), ":FILES=<images>:CMD=autorenm.sh:READABLECMD=AutoRename:OPTIONS=.autorenmrc"));
   EXPECT_TRUE(Has(entries.at(projects + "/autofolder/autoduplicate"),
@@ -152,7 +154,7 @@ TEST_F(Wfinstall, InstallsTheDescribedWorkflowWithItsDemonAndRemoteWatchEntries)
   const std::string rw = RemoteWatch();
   EXPECT_TRUE(Has(rw, "SERVER_NAME = \"ftp1\";\n  REMOTE_SOURCE_DIRECTORY = \"/in\";\n"
                       "  LOCAL_TARGET_DIRECTORY = \"" + start + "\";\n"
-                      "  FILE_REGULAR_EXPRESSION = \"^[^\\\\.]\";\n"
+                      "  FILE_REGULAR_EXPRESSION = \".+\\\\..*$\";\n"
                       "  DELETE_SOURCE_FILES_AFTER_COPY = false;\n"
                       "  TARGETID = {\n    KIND = workflow;\n    NAME = \"sample\";\n  };\n")) << rw;
 
@@ -172,14 +174,16 @@ TEST_F(Wfinstall, ASecondInstallRewritesOnlyWhatChanged) {
   EXPECT_TRUE(Rewritten(before).empty());
   EXPECT_EQ(FileText(site.Path() + "/env/tvwatchd.cfg"), config);
 
-  // A rename that works on any file: its rc, its stop mark and its entry; the
-  // start rc's time stands for the workflow's last install.
+  // A rename that works on any file: its rc, its stop mark and its entry;
+  // the start follows it to any file (its automatic file mode), so it is
+  // changed and stopped too.
   before = AgeFiles();
   ASSERT_EQ(Install(With(kSample, "rename ren -> dup MODE=1\n")).status, 0);
   std::vector<std::string> rewritten = Rewritten(before);
   std::sort(rewritten.begin(), rewritten.end());
   EXPECT_EQ(rewritten, (std::vector<std::string>{rename + "/.TVWatchD_omit", rename + "/.autorenmrc",
-                                                 start + "/.autostartrc"}));
+                                                 start + "/.TVWatchD_omit", start + "/.autostartrc"}));
+  EXPECT_EQ(FileText(start + "/.autostartrc").substr(0, 3), "mv\n");
   EXPECT_TRUE(Has(Entries().at(rename), ":FILES=^[^\\.]:CMD=autorenm.sh:"));
   EXPECT_EQ(Dump(), FiveLines());
 }
@@ -269,7 +273,9 @@ TEST_F(Wfinstall, TheChecksRefuseAWorkflowBeforeAnythingIsWritten) {
       {"start s -> d\nduplicate d -> outdir outdir\n", twice, "line 2: The folder d"},
       {"start s -> d\nduplicate d -> e outdir\nend e\n", twice, "line 2: The folder d"},
       {"start s -> x\nsort x MODE=2\n", extended, "line 2: The folder x"},
-      {"start s -> x EXTENDFILENAMES=_TRUE_\nsort x MODE=2\n", "", ""},
+      {"start s -> x SUBDIRS=_TRUE_ EXTENDFILENAMES=_TRUE_\nsort x MODE=2\n", "", ""},
+      // Without sub-directories there is nothing to extend names by.
+      {"start s -> x EXTENDFILENAMES=_TRUE_\nsort x MODE=2\n", extended, "line 2: The folder x"},
       {"start s -> i FILEMODE=3\nicopy i -> outdir INREGEXPR=\\.tif$\n", format, "line 2: The folder i"},
       {"start s -> w FILEMODE=3\nswitch w -> i outdir MODE=1\nicopy i -> outdir INREGEXPR=\\.tif$\n", "", ""},
       {"start s -> i FILEMODE=3\nicopy i -> outdir INREGEXPR=\\.ps$\n", "", ""},
