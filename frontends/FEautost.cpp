@@ -249,9 +249,10 @@ bool FEautost_ApplyParams(StrIn workflow, SAutoRcF rc, StrIn folder, StrOut mess
   Strings_Assign(workflow, data.workflow);
   FEautost_LoadRemoteStarts(data, rc);
   // A description names its remote starts on purpose: without servers they
-  // are refused by name rather than dropped as the dialog drops them.
+  // are refused by name rather than dropped as the dialog drops them. They
+  // are written back numbered from 0, as OK writes them.
   data.remoteStartsOn = !data.remoteList.empty();
-  data.remoteChanged = false;
+  data.remoteChanged = data.remoteStartsOn;
   for (std::size_t i = 0; i < FEautost_dependencyCount; ++i) {
     FEautost_ApplyRule(dictionary, data, FEautost_dependencies[i].rule);
   }

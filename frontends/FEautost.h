@@ -240,7 +240,8 @@ bool FEautost_ApplyRule(AutoDict dictionary, FEautost_Data& data, FEautost_Rule 
 
 // What the dialog's OK does with the start parameters in rc, for the install
 // tool: the values are read (absent keys give defaults), checked as OK checks
-// them, and the dependent values and all parameters written. Remote starts
+// them, and the dependent values, all parameters and the remote starts
+// (numbered from 0) written. Remote starts
 // are checked also when no server is configured (the dialog drops them
 // then): a description that names one means it. False with the message and
 // rc unchanged when the checks refuse.

@@ -28,7 +28,8 @@ const std::string kSample =
     "rename    ren   -> dup\n"
     "duplicate dup   -> outdir filt   # out 1, out 2\n"
     "filter    filt  -> outdir\n";
-const std::string kRemote = "start in -> ren REMOTESTART_0/SERVERNAME=ftp1 REMOTESTART_0/SERVERDIR=/in\n";
+// A remote start under number 3: written back as number 0.
+const std::string kRemote = "start in -> ren REMOTESTART_3/SERVERNAME=ftp1 REMOTESTART_3/SERVERDIR=/in\n";
 
 // `text` with its line that begins like `line` replaced by `line`.
 std::string With(std::string text, const std::string& line) {
@@ -157,6 +158,9 @@ TEST_F(Wfinstall, InstallsTheDescribedWorkflowWithItsDemonAndRemoteWatchEntries)
                       "  FILE_REGULAR_EXPRESSION = \".+\\\\..*$\";\n"
                       "  DELETE_SOURCE_FILES_AFTER_COPY = false;\n"
                       "  TARGETID = {\n    KIND = workflow;\n    NAME = \"sample\";\n  };\n")) << rw;
+
+  const std::string rc = FileText(start + "/.autostartrc");
+  EXPECT_TRUE(Has(rc, ": REMOTESTART_0/SERVERNAME=ftp1\n") && !Has(rc, "REMOTESTART_3")) << rc;
 
   // Without remote starts the hot folder goes; the server stays.
   ASSERT_EQ(Install(kSample).status, 0);
