@@ -1,15 +1,56 @@
-// TVFEbase: starting outside commands from a window.
+// TVFEbase: starting outside commands from a window, the online help and
+// the module's errors.
 #include "frontends/TVFEbase.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <string>
 
 #include "base/DirAcces.h"
+#include "base/Messages.h"
 #include "base/Processe.h"
+#include "base/SFilMisc.h"
+#include "toolkit/I.h"
+#include "toolkit/Imisc.h"
+
+std::uint8_t TVFEbase_error = 0;
+char TVFEbase_section[kSectionCap] = "TVFEbase";
 
 namespace {
+
+// messages: TVFEbase 31 32
+constexpr unsigned kHelpFailed = 31;
+constexpr unsigned kHelpOpens = 32;
+constexpr unsigned kNotifySeconds = 3;
+constexpr std::size_t kLineCap = 1024;
+constexpr int kPollMs = 100;
+
+// Copies the complete lines of `pending` to standard output, and the rest too
+// once it fills a line buffer.
+void FlushLines(std::string& pending, bool all) {
+  while (!pending.empty()) {
+    const std::size_t end = pending.find('\n');
+    std::size_t take = 0;
+    if (end != std::string::npos && end < kLineCap) {
+      take = end + 1;
+    } else if (pending.size() >= kLineCap) {
+      take = kLineCap;
+    } else if (all) {
+      take = pending.size();
+    } else {
+      break;
+    }
+    std::fwrite(pending.data(), 1, take, stdout);
+    pending.erase(0, take);
+  }
+  std::fflush(stdout);
+}
 
 // Where a command's output goes under the flag IO_DEV_NULL: the device in
 // CONSOLE, else the console when this process may write to it, else nowhere.
@@ -44,4 +85,79 @@ bool TVFEbase_StartACommand(StrIn command, bool wait) {
   TextStr line;
   TVFEbase_CommandLine(command, wait, line);
   return !Processe_System(line);
+}
+
+bool TVFEbase_ExecCommandModal(StrIn command) {
+  int fds[2];
+  if (::pipe2(fds, O_CLOEXEC) != 0) return false;
+  const int pid = Processe_Fork();
+  if (pid < 0) {
+    ::close(fds[0]);
+    ::close(fds[1]);
+    return false;
+  }
+  if (pid == 0) {
+    ::dup2(fds[1], STDOUT_FILENO);
+    const std::string text = command.Str();
+    const char* const args[] = {"/bin/sh", "-c", text.c_str(), nullptr};
+    Processe_Exec("/bin/sh", args);
+    ::_exit(127);
+  }
+  ::close(fds[1]);
+  // Read while the windows go on: a look every 100 ms while nothing comes.
+  std::string pending;
+  for (bool open = true; open;) {
+    pollfd ready{fds[0], POLLIN, 0};
+    if (::poll(&ready, 1, kPollMs) > 0) {
+      char chunk[kLineCap];
+      const ssize_t got = ::read(fds[0], chunk, sizeof chunk);
+      if (got > 0) pending.append(chunk, static_cast<std::size_t>(got));
+      open = got > 0 || (got < 0 && errno == EINTR);
+      FlushLines(pending, false);
+    }
+    I_Yield();
+  }
+  FlushLines(pending, true);
+  ::close(fds[0]);
+  int status = 0;
+  Processe_WaitPID(pid, false, status);
+  return true;
+}
+
+void TVFEbase_PrefixBACKPIX(StrIn command, StrOut prefixed) {
+  TextStr value;
+  const bool set = DirAcces_EnvVar("BACKPIX", value) && StrIn(value).View().find_first_not_of(" \t") != std::string_view::npos;
+  if (!set) {
+    Strings_Assign(command, prefixed);
+    return;
+  }
+  Strings_Assign("BACKPIX=" + StrIn(value).Str() + "; export BACKPIX; " + command.Str(), prefixed);
+}
+
+// --- Help and errors -------------------------------------------------------------------
+
+bool TVFEbase_OnlineHelpOnContext(StrIn topic, StrIn document) {
+  std::string command = "online.sh ";
+  if (!document.Empty()) command += "-j " + SFilMisc_QuoteForShell(document.View()) + " ";
+  command += SFilMisc_QuoteForShell(topic.View());
+  const bool started = TVFEbase_StartACommand(command, false);
+  if (started) {
+    Imisc_Notify(TVFEbase_section, kHelpOpens, kNotifySeconds);
+  } else {
+    Imisc_ErrMsg(TVFEbase_section, kHelpFailed);
+  }
+  return started;
+}
+
+bool TVFEbase_OnlineDocAvailable() { return TVFEbase_StartACommand("online.sh -i", true); }
+
+void TVFEbase_GetReleaseNotesName(std::uint32_t number, StrOut name) {
+  static const char* const names[] = {"release", "releas2", "releas3"};
+  Strings_Assign(number >= 1 && number <= 3 ? StrIn::C(names[number - 1]) : StrIn(""), name);
+}
+
+// messages: TVFEbase 1 2
+void TVFEbase_Error(std::uint8_t number) {
+  TVFEbase_error = number;
+  Messages_Error(TVFEbase_section, number);
 }

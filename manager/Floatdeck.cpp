@@ -15,6 +15,7 @@
 #include "distribution/RWbase.h"
 #include "distribution/WFbackup.h"
 #include "distribution/WFsync.h"
+#include "frontends/FEautost.h"
 #include "image/SIqif.h"
 #include "image/SItiff.h"
 #include "manager/FloatdeckWin.h"
@@ -162,6 +163,7 @@ void Floatdeck_InitModules() {
   SItiff_Init();
   WFbase_Init();
   RWbase_Init();  // the remote watch joins every install and removal
+  FEautost_Init();  // the start folder's values, first command and demon entry
   WFgroup_Init();  // workflows are listed by group from now on
   WFbackup_Init();
   WFsync_Init();

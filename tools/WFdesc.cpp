@@ -6,6 +6,7 @@
 
 #include "base/Messages.h"
 #include "base/SPrintf.h"
+#include "frontends/FEautost.h"
 
 char WFdesc_section[kSectionCap] = "WFdesc";
 
@@ -157,6 +158,7 @@ void WFdesc_Init() {
   if (done) return;
   done = true;
   WFbase_Init();
+  FEautost_Init();  // new start folders get the front end's values
   Messages_UseMsgCat("WFINSTALLmsg");
 }
 

@@ -69,7 +69,8 @@ struct WFdesc_Error {
   char text[kTextCap] = "";
 };
 
-// Starts WFbase and opens the catalog of the messages; once.
+// Starts WFbase and the start folder's front end and opens the catalog of
+// the messages; once.
 void WFdesc_Init();
 
 // Reads `length` bytes at `text` into `description`. False with the first

@@ -10,6 +10,7 @@
 #include "base/DirAcces.h"
 #include "base/Messages.h"
 #include "base/SPrintf.h"
+#include "frontends/FEautost.h"
 #include "tools/WFdesc.h"
 #include "workflow/AutoMisc.h"
 
@@ -67,6 +68,12 @@ struct Applier {
     if (!first.Empty()) SPrintf_String(error.text, first);
     if (a >= 0) SPrintf_Int64(error.text, a);
     if (b >= 0) SPrintf_Int64(error.text, b);
+    return false;
+  }
+
+  bool FailText(std::uint32_t line, StrIn text) {
+    error.line = line;
+    Strings_Assign(text, error.text);
     return false;
   }
 
@@ -228,6 +235,42 @@ struct Applier {
     return Fail(line.line, kStartDirInUse, startDir);
   }
 
+  // The start's parameters as the dialog's OK would take them: a file mode
+  // given without AUTOMODE is the operator's choice, not the graph's; then
+  // the front end's checks, and the values that follow (FILESREGEXP, the
+  // remote starts). A refusal is the description's fault at the start's line.
+  bool StartModel(WFfolder model, const WFdesc_Folder& line) {
+    const auto given = [&](StrIn key) {
+      return std::any_of(line.params.begin(), line.params.end(),
+                         [&](const WFdesc_Param& param) { return Strings_Equal(param.key, key); });
+    };
+    if (given(WFbase_optFileMode) && !given(WFbase_optAutoMode)) {
+      WFfolder_SetBoolOpt(model, WFbase_optAutoMode, false);
+    }
+    NameStr name;
+    WFbase_GetName(workflow, name);
+    PathStr path;
+    WFfolder_GetPath(model, path);
+    TextStr message;
+    if (FEautost_ApplyParams(name, WFfolder_RcFile(model), path, message)) return true;
+    return FailText(line.line, message);
+  }
+
+  // The first command follows transfer and file mode as they stand now.
+  static void StartCommand(WFfolder folder) {
+    SAutoRcF rc = WFfolder_RcFile(folder);
+    PathStr path;
+    WFfolder_GetPath(folder, path);
+    TextStr wanted, current;
+    std::int32_t fileMode = kFEautostAnyFile;
+    if (!SAutoRcF_GetIntOpt(rc, WFbase_optFileMode, fileMode)) fileMode = kFEautostAnyFile;
+    FEautost_BuildCmd(FEautost_GetTransferMode(rc), static_cast<std::uint32_t>(fileMode), path, wanted);
+    SAutoRcF_GetFirstCmd(rc, current);
+    if (Strings_Equal(current, wanted)) return;
+    FEautost_SetFolderPath(rc, path);
+    WFfolder_SetModified(folder, true);
+  }
+
   // What the workflow keeps itself, whatever a description says: the
   // reserved keys, and the start folder's options of the whole workflow.
   static bool Kept(bool start, const std::string& key) {
@@ -257,20 +300,29 @@ struct Applier {
   // else goes, except what the workflow keeps.
   bool Params(const Node& node) {
     const bool start = node.kind == kWFfolderStart;
-    if (start && !StartParams(node.folder, *node.line)) return false;
     PathStr path;
     WFfolder_GetPath(node.folder, path);
     WFfolder model = WFfolder_Create(node.kind, path, SAutoRcF_Create());
     WFfolder_SetDefaultParams(model);
     for (const WFdesc_Param& param : node.line->params) WFfolder_SetStringOpt(model, param.key, param.value);
+    if (start && !(StartModel(model, *node.line) && StartParams(node.folder, *node.line))) {
+      WFfolder_Destroy(model);
+      return false;
+    }
     for (std::size_t index = 1; index <= node.line->outs.size() && index <= kWFfolderMaxOuts; ++index) {
       std::size_t target = nodes.size();
       Out(*node.line, node.line->outs[index - 1], target);
       WFfolder_SetOutFolder(model, static_cast<std::uint32_t>(index), FolderOf(target));
     }
+    // With the automatic file mode the workflow chooses the start's file
+    // mode (WFbase_SetFolderMode): it stays as the last install chose it.
+    const bool autoFileMode = start && WFfolder_GetBoolOptDef(model, WFbase_optAutoMode, false);
+    const auto kept = [&](const std::string& key) {
+      return Kept(start, key) || (autoFileMode && key == WFbase_optFileMode);
+    };
     std::map<std::string, std::string> wanted;
     for (const auto& [key, value] : Options(model)) {
-      if (!Kept(start, key)) wanted.emplace(key, value);
+      if (!kept(key)) wanted.emplace(key, value);
     }
     WFfolder_Destroy(model);
     for (const auto& [key, value] : wanted) {
@@ -280,8 +332,9 @@ struct Applier {
       }
     }
     for (const auto& [key, value] : Options(node.folder)) {
-      if (wanted.count(key) == 0 && !Kept(start, key)) WFfolder_UnsetOpt(node.folder, key);
+      if (wanted.count(key) == 0 && !kept(key)) WFfolder_UnsetOpt(node.folder, key);
     }
+    if (start) StartCommand(node.folder);
     return true;
   }
 

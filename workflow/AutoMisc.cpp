@@ -337,6 +337,10 @@ bool AutoMisc_DeleteDemonConfigEntry(StrIn path) {
   });
 }
 
+bool AutoMisc_ChangeDemonConfig(const std::function<bool(TVWcfg_List& list, bool& ok)>& edit) {
+  return ChangeConfiguration(edit);
+}
+
 bool AutoMisc_NotifyDemon() {
   if (TVWbase_KillDemon(TVWbase_sigUsr1)) return true;
   // No demon to tell: start one, but try that only once in a process.

@@ -17,6 +17,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "base/SDateAri.h"
 #include "base/Strings.h"
@@ -70,6 +71,10 @@ bool AutoMisc_UpdateDemonConfigEntry(WFmodule_Kind kind, StrIn path, StrIn files
                                      StrIn omitFiles, std::uint8_t sequenceMode);
 // Removes every entry of exactly `path`. True also when there was none.
 bool AutoMisc_DeleteDemonConfigEntry(StrIn path);
+// Changes the configuration under its lock, as the routines above do: `edit`
+// answers whether it changed the list and may refuse by setting `ok` false.
+// A changed list is saved and the demon told. False when any of it failed.
+bool AutoMisc_ChangeDemonConfig(const std::function<bool(TVWcfg_List& list, bool& ok)>& edit);
 // Tells the demon to read its configuration (signal 16). When that fails it
 // asks (message 11) and starts "TVWatchD" from PATH, once per process; a
 // start that fails is message 12. True when the demon was told or started.

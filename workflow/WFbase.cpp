@@ -77,6 +77,12 @@ void WFbase_Init() {
 void WFbase_RegisterHooks(const WFbase_Hooks& hooks) { WFbase_hooks = hooks; }
 void WFbase_RegisterGroupProc(WFbase_GroupProc proc) { WFbase_hooks.group = proc; }
 void WFbase_RegisterShowProc(WFbase_ShowProc proc) { WFbase_hooks.show = proc; }
+void WFbase_RegisterStartFolderHooks(WFbase_StartPathProc path, WFbase_StartModeProc transferMode,
+                                     WFbase_StartModeProc fileMode) {
+  WFbase_hooks.setStartFolderPath = path;
+  WFbase_hooks.setTransferMode = transferMode;
+  WFbase_hooks.setFileMode = fileMode;
+}
 
 // --- Shared helpers --------------------------------------------------------------------------
 

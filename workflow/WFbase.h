@@ -129,6 +129,9 @@ void WFbase_RegisterHooks(const WFbase_Hooks& hooks);
 void WFbase_RegisterGroupProc(WFbase_GroupProc proc);
 // Only the hook that shows messages (the window shows them in boxes).
 void WFbase_RegisterShowProc(WFbase_ShowProc proc);
+// Only the start folder's three hooks (its front end registers them).
+void WFbase_RegisterStartFolderHooks(WFbase_StartPathProc path, WFbase_StartModeProc transferMode,
+                                     WFbase_StartModeProc fileMode);
 
 // The start folder's demon entry, kept by the start folder's front end: the
 // workflow's name, the files the start takes and leaves, whether it watches

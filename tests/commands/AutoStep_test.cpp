@@ -288,7 +288,12 @@ TEST_F(AutoStep, TwoRunsOnOneFileDeliverItOnce) {
 }
 
 TEST_F(AutoStep, StartFolderModesTicketsAndSubdirectories) {
-  Install("workflow t\nstart in -> outdir MODE=3 SUBDIRS=_TRUE_ EXTENDFILENAMES=_TRUE_ EXTENDDELIMITER=+\n");
+  Install("workflow t\nstart in -> outdir MODE=3 SUBDIRS=_TRUE_ EXTENDDELIMITER=+\n");
+  // The start's dialog extends no names of job tickets; the step still does
+  // what an rc of an older install asks.
+  std::string rc = FileText(start + "/.autostartrc");
+  rc.replace(rc.find("EXTENDFILENAMES=_FALSE_"), 23, "EXTENDFILENAMES=_TRUE_");
+  PutFile(start + "/.autostartrc", rc);
   fs::create_directories(start + "/job+a/b");
   PutFile(start + "/job+a/b/p.tif", "p");
   PutFile(start + "/t.jtq", "ticket");

@@ -28,7 +28,8 @@ const std::string kSample =
     "rename    ren   -> dup\n"
     "duplicate dup   -> outdir filt   # out 1, out 2\n"
     "filter    filt  -> outdir\n";
-const std::string kRemote = "start in -> ren REMOTESTART_0/SERVERNAME=ftp1 REMOTESTART_0/SERVERDIR=/in\n";
+// A remote start under number 3: written back as number 0.
+const std::string kRemote = "start in -> ren REMOTESTART_3/SERVERNAME=ftp1 REMOTESTART_3/SERVERDIR=/in\n";
 
 // `text` with its line that begins like `line` replaced by `line`.
 std::string With(std::string text, const std::string& line) {
@@ -51,6 +52,9 @@ class Wfinstall : public ::testing::Test {
   void SetUp() override {
     for (const char* dir : {"projects", "customer", "env", "dat", "tmp"}) fs::create_directories(site.Path() + "/" + dir);
     for (const char* port : {"TV_CCSERVER_PORT", "TV_CCWORKER_PORT", "TV_RMSERVER_PORT"}) ChoosePort(port);
+    // The server the remote starts of the descriptions name.
+    PutFile(site.Path() + "/customer/RemoteWatchDaemon.cfg",
+            "SERVER = {\n  NAME = \"ftp1\";\n  PROTOCOL = ftp;\n  NO_PROXY = false;\n};\n");
   }
   void TearDown() override { StopSiteServices(site.Path() + "/dat"); }
 
@@ -138,7 +142,9 @@ TEST_F(Wfinstall, InstallsTheDescribedWorkflowWithItsDemonAndRemoteWatchEntries)
   // module's tree; the end has none.
   const auto entries = Entries();
   ASSERT_EQ(entries.size(), 4u) << FileText(site.Path() + "/env/tvwatchd.cfg");
-  EXPECT_TRUE(Has(entries.at(start), ":FILES=^[^\\.]:CMD=autostart.sh:READABLECMD=AutoStart:OPTIONS=.autostartrc"));
+  // The start takes what its first step takes: images, for the rename.
+  EXPECT_TRUE(Has(entries.at(start), ":FILES=<images>:CMD=autostart.sh:READABLECMD=AutoStart:OPTIONS=.autostartrc"))
+      << entries.at(start);
   EXPECT_FALSE(Has(entries.at(start), "SUBDIRS"));
   EXPECT_TRUE(Has(entries.at(rename), ":FILES=<images>:CMD=autorenm.sh:READABLECMD=AutoRename:OPTIONS=.autorenmrc"));
   EXPECT_TRUE(Has(entries.at(projects + "/autofolder/autoduplicate"),
@@ -149,13 +155,17 @@ TEST_F(Wfinstall, InstallsTheDescribedWorkflowWithItsDemonAndRemoteWatchEntries)
   const std::string rw = RemoteWatch();
   EXPECT_TRUE(Has(rw, "SERVER_NAME = \"ftp1\";\n  REMOTE_SOURCE_DIRECTORY = \"/in\";\n"
                       "  LOCAL_TARGET_DIRECTORY = \"" + start + "\";\n"
-                      "  FILE_REGULAR_EXPRESSION = \"^[^\\\\.]\";\n"
+                      "  FILE_REGULAR_EXPRESSION = \".+\\\\..*$\";\n"
                       "  DELETE_SOURCE_FILES_AFTER_COPY = false;\n"
                       "  TARGETID = {\n    KIND = workflow;\n    NAME = \"sample\";\n  };\n")) << rw;
 
-  // Without remote starts the hot folder goes, and with it the whole file.
+  const std::string rc = FileText(start + "/.autostartrc");
+  EXPECT_TRUE(Has(rc, ": REMOTESTART_0/SERVERNAME=ftp1\n") && !Has(rc, "REMOTESTART_3")) << rc;
+
+  // Without remote starts the hot folder goes; the server stays.
   ASSERT_EQ(Install(kSample).status, 0);
-  EXPECT_FALSE(fs::exists(site.Path() + "/customer/RemoteWatchDaemon.cfg"));
+  EXPECT_FALSE(Has(RemoteWatch(), "HOTFOLDER")) << RemoteWatch();
+  EXPECT_TRUE(Has(RemoteWatch(), "NAME = \"ftp1\";")) << RemoteWatch();
 }
 
 TEST_F(Wfinstall, ASecondInstallRewritesOnlyWhatChanged) {
@@ -168,14 +178,16 @@ TEST_F(Wfinstall, ASecondInstallRewritesOnlyWhatChanged) {
   EXPECT_TRUE(Rewritten(before).empty());
   EXPECT_EQ(FileText(site.Path() + "/env/tvwatchd.cfg"), config);
 
-  // A rename that works on any file: its rc, its stop mark and its entry; the
-  // start rc's time stands for the workflow's last install.
+  // A rename that works on any file: its rc, its stop mark and its entry;
+  // the start follows it to any file (its automatic file mode), so it is
+  // changed and stopped too.
   before = AgeFiles();
   ASSERT_EQ(Install(With(kSample, "rename ren -> dup MODE=1\n")).status, 0);
   std::vector<std::string> rewritten = Rewritten(before);
   std::sort(rewritten.begin(), rewritten.end());
   EXPECT_EQ(rewritten, (std::vector<std::string>{rename + "/.TVWatchD_omit", rename + "/.autorenmrc",
-                                                 start + "/.autostartrc"}));
+                                                 start + "/.TVWatchD_omit", start + "/.autostartrc"}));
+  EXPECT_EQ(FileText(start + "/.autostartrc").substr(0, 3), "mv\n");
   EXPECT_TRUE(Has(Entries().at(rename), ":FILES=^[^\\.]:CMD=autorenm.sh:"));
   EXPECT_EQ(Dump(), FiveLines());
 }
@@ -265,7 +277,9 @@ TEST_F(Wfinstall, TheChecksRefuseAWorkflowBeforeAnythingIsWritten) {
       {"start s -> d\nduplicate d -> outdir outdir\n", twice, "line 2: The folder d"},
       {"start s -> d\nduplicate d -> e outdir\nend e\n", twice, "line 2: The folder d"},
       {"start s -> x\nsort x MODE=2\n", extended, "line 2: The folder x"},
-      {"start s -> x EXTENDFILENAMES=_TRUE_\nsort x MODE=2\n", "", ""},
+      {"start s -> x SUBDIRS=_TRUE_ EXTENDFILENAMES=_TRUE_\nsort x MODE=2\n", "", ""},
+      // Without sub-directories there is nothing to extend names by.
+      {"start s -> x EXTENDFILENAMES=_TRUE_\nsort x MODE=2\n", extended, "line 2: The folder x"},
       {"start s -> i FILEMODE=3\nicopy i -> outdir INREGEXPR=\\.tif$\n", format, "line 2: The folder i"},
       {"start s -> w FILEMODE=3\nswitch w -> i outdir MODE=1\nicopy i -> outdir INREGEXPR=\\.tif$\n", "", ""},
       {"start s -> i FILEMODE=3\nicopy i -> outdir INREGEXPR=\\.ps$\n", "", ""},
@@ -387,4 +401,58 @@ TEST_F(Wfinstall, AnInstallThatFailsPartWayLeavesARebuildableWorkflow) {
   ASSERT_EQ(Install(grown).status, 0);
   EXPECT_TRUE(Has(Dump(), "FILTER: " + projects + "/autofolder/autofilter/flow_sample_1 --> [4]\n"));
   EXPECT_FALSE(fs::exists(renamed));
+}
+
+// The start folder's parameters reach its rc as its dialog's OK gives them:
+// the first command follows transfer and file mode, chosen formats give
+// their expression, and what OK refuses is refused with the start's line.
+TEST_F(Wfinstall, TheStartFolderGetsItsFrontEndsValuesAndChecks) {
+  const auto firstLine = [&](const std::string& name) {
+    const std::string rc = FileText(projects + "/workflow/" + name + "/.autostartrc");
+    return rc.substr(0, rc.find('\n'));
+  };
+  const auto install = [&](const std::string& name, const std::string& start) {
+    const RunResult r = Install("workflow " + name + "\n" + start + "\nrename ren -> outdir\n", {"-n"});
+    EXPECT_EQ(r.status, 0) << start << r.err;
+  };
+  install("a", "start in -> ren");
+  EXPECT_EQ(firstLine("a"), "imgmv");
+  EXPECT_TRUE(Has(FileText(projects + "/workflow/a/.autostartrc"), ": AUTOMODE=_TRUE_\n"));
+  EXPECT_TRUE(Has(Entries().at(projects + "/workflow/a"), ":FILES=<images>:")) << Entries().at(projects + "/workflow/a");
+  install("a", "start in -> ren MODE=1 FILEMODE=2");
+  EXPECT_EQ(firstLine("a"), "ln");
+  EXPECT_TRUE(Has(FileText(projects + "/workflow/a/.autostartrc"), ": AUTOMODE=_FALSE_\n"));
+  install("a", "start in -> ren FILEMODE=2 AUTOMODE=_TRUE_");
+  EXPECT_EQ(firstLine("a"), "imgmv") << "the workflow chooses images for the rename";
+  install("a", "start in -> ren MODE=3");
+  EXPECT_EQ(firstLine("a"), "jobticket.sh -p " + projects + "/workflow/a");
+  install("b", "start in -> ren FILEMODE=4 FILEFMTS=\".tif .qif\"");
+  EXPECT_EQ(firstLine("b"), "imgmv");
+  EXPECT_TRUE(Has(FileText(projects + "/workflow/b/.autostartrc"), ": FILESREGEXP=")) << firstLine("b");
+  EXPECT_TRUE(Has(Entries().at(projects + "/workflow/b"), "tif")) << Entries().at(projects + "/workflow/b");
+
+  const auto everything = [&] {
+    std::map<std::string, std::string> files = {{"cfg", FileText(site.Path() + "/env/tvwatchd.cfg")}};
+    for (const auto& entry : fs::recursive_directory_iterator(projects)) {
+      files[entry.path()] = entry.is_regular_file() ? FileText(entry.path()) : "";
+    }
+    return files;
+  };
+  const std::pair<std::string, std::string> refused[] = {
+      {"FILEMODE=4", "File mode \"chosen formats\" needs at least one format."},
+      {"FILEMODE=4 FILEFMTS=\".tif .nope\"", "\".tif .nope\" cannot be used here"},
+      {"SUBDIRS=_TRUE_ EXTENDFILENAMES=_TRUE_ EXTENDDELIMITER=/", "\"/\" cannot be used here"},
+      {"STARTDIR=" + site.Path() + "/flow_x_12", site.Path() + "/flow_x_12 is named like a hot folder"},
+      {"STARTDIR=" + projects + "/workflow/b", "is already the start directory of workflow b."},
+      {"STARTDIR=" + projects + "/workflow/a/outdir", "is the workflow's own end directory"},
+      {"REMOTESTART_0/SERVERNAME=ftp9 REMOTESTART_0/SERVERDIR=/in", "The server ftp9 is not configured"},
+  };
+  for (const auto& [params, words] : refused) {
+    const auto before = everything();
+    const RunResult r = Install("workflow a\n\nstart in -> ren " + params + "\nrename ren -> outdir\n", {"-n"});
+    EXPECT_EQ(r.status, 1) << params;
+    EXPECT_TRUE(Has(r.err, site.Path() + "/wf.txt, line 3: ")) << r.err;
+    EXPECT_TRUE(Has(r.err, words)) << r.err;
+    EXPECT_EQ(everything(), before) << params;
+  }
 }
