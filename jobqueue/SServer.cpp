@@ -234,6 +234,11 @@ void SServer_OnClientIdentified(SServer server, SServer_IdentifiedProc proc, voi
   server->identifiedData = data;
 }
 
+void SServer_Restrict(SServer server, SPeers peers) {
+  if (server == nullptr) return SPeers_Destroy(peers);
+  Socket_Restrict(server->listener, peers);
+}
+
 void SServer_WakeOn(SServer server, int descriptor) {
   if (server != nullptr) server->wake = descriptor;
 }

@@ -3,9 +3,11 @@
 // and restrictions allow, and tells its listeners of every change. The queue
 // lives in a journal, so that a restarted server goes on where it stopped.
 //
-//   CCserver [-b ADDRESS] [-d DIRECTORY] [-w HOST]...
+//   CCserver [-b ADDRESS] [-A HOSTS] [-d DIRECTORY] [-w HOST]...
 //
 // -b binds the port to one address only (127.0.0.1 keeps it to this host).
+// -A names the hosts besides this one and the workers that may connect
+// (commas between them; default TV_ALLOWED_HOSTS).
 // -d is where the journal lies (default "CCserver-<port>" in MARLDAT).
 // -w names a worker host; without any, the worker of this host is used.
 // The port is 5610 unless TV_CCSERVER_PORT names another; workers are
@@ -325,10 +327,11 @@ void Recover(const std::string& directory) {
 int main(int argc, char** argv) {
   SService_Start(argc, argv);
 
-  char argument[kTextCap] = "", address[kNameCap] = "", directory[kPathCap] = "";
+  char argument[kTextCap] = "", address[kNameCap] = "", directory[kPathCap] = "", allowed[kTextCap] = "";
   std::vector<std::string> hosts;
   while (Argument_Get(argument)) {
     if (Strings_Equal(argument, "-b")) Argument_Get(address);
+    else if (Strings_Equal(argument, "-A")) Argument_Get(allowed);
     else if (Strings_Equal(argument, "-d")) Argument_Get(directory);
     else if (Strings_Equal(argument, "-w") && Argument_Get(argument)) hosts.push_back(StrIn(argument).Str());
   }
@@ -336,6 +339,7 @@ int main(int argc, char** argv) {
   SProtocol protocol = CCprotocol_Server();
   port = SProtocol_Port(protocol);
   SServer server = SService_Listen(protocol, address, section);  // messages: CCserver 1
+  SServer_Restrict(server, SService_Peers(allowed, hosts));
   if (directory[0] == '\0') DirAcces_IncludeSpecialPath(DirAcces_MARLDAT, "CCserver-" + std::to_string(port), directory);
   Recover(StrIn(directory).Str());
   if (hosts.empty()) CCworkers_Add(CCtypes_localWorkerName, "");

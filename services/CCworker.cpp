@@ -4,9 +4,11 @@
 // ended. Jobs outlive the worker: one started after a killed worker takes
 // over the jobs still running and reports the ends of all.
 //
-//   CCworker [-b ADDRESS] [-d DIRECTORY] [-j SLOTS]
+//   CCworker [-b ADDRESS] [-A HOSTS] [-d DIRECTORY] [-j SLOTS]
 //
 // -b binds the port to one address only (127.0.0.1 keeps it to this host).
+// -A names the hosts besides this one that may connect: the queue servers of
+// other hosts (commas between them; default TV_ALLOWED_HOSTS).
 // -d is where the worker keeps its jobs (default "CCworker-<port>" in MARLDAT).
 // -j is how many jobs of high CPU usage run at once (default: the number of
 // processors); twice as many may run counting those of low usage, and four
@@ -359,16 +361,18 @@ std::size_t Option(StrIn text, std::size_t fallback) {
 int main(int argc, char** argv) {
   SService_Start(argc, argv);
 
-  char argument[kTextCap] = "", address[kNameCap] = "", directory[kPathCap] = "";
+  char argument[kTextCap] = "", address[kNameCap] = "", directory[kPathCap] = "", allowed[kTextCap] = "";
   slots = std::max(1U, std::thread::hardware_concurrency());
   while (Argument_Get(argument)) {
     if (Strings_Equal(argument, "-b")) Argument_Get(address);
+    else if (Strings_Equal(argument, "-A")) Argument_Get(allowed);
     else if (Strings_Equal(argument, "-d")) Argument_Get(directory);
     else if (Strings_Equal(argument, "-j") && Argument_Get(argument)) slots = Option(argument, slots);
   }
 
   SProtocol protocol = CCprotocol_Worker();
   server = SService_Listen(protocol, address, section);  // messages: CCworker 1
+  SServer_Restrict(server, SService_Peers(allowed, {}));
   if (directory[0] == '\0')
     DirAcces_IncludeSpecialPath(DirAcces_MARLDAT, "CCworker-" + std::to_string(SProtocol_Port(protocol)), directory);
   if (!CCjobDir_Open(StrIn(directory).Str())) {

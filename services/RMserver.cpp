@@ -2,9 +2,11 @@
 // and other hosts over the request layer, and over the named pipes of this
 // host when the flag RMSERVER_USE_SCIPC_SERVICES is set.
 //
-//   RMserver [-b ADDRESS]
+//   RMserver [-b ADDRESS] [-A HOSTS]
 //
 // -b binds the port to one address only (127.0.0.1 keeps it to this host).
+// -A names the hosts besides this one that may connect (commas between
+// them; default TV_ALLOWED_HOSTS).
 // The port is 5624 unless TV_RMSERVER_PORT names another.
 #include <algorithm>
 #include <cstdio>
@@ -131,12 +133,15 @@ void WatchPipeClients(SCipc pipes) {
 int main(int argc, char** argv) {
   SService_Start(argc, argv);
 
-  char argument[kTextCap] = "", address[kNameCap] = "";
-  while (Argument_Get(argument))
+  char argument[kTextCap] = "", address[kNameCap] = "", allowed[kTextCap] = "";
+  while (Argument_Get(argument)) {
     if (Strings_Equal(argument, "-b")) Argument_Get(address);
+    else if (Strings_Equal(argument, "-A")) Argument_Get(allowed);
+  }
 
   SProtocol protocol = SRMproto_Protocol();
   SServer server = SService_Listen(protocol, address, section);  // messages: RMserver 1
+  SServer_Restrict(server, SService_Peers(allowed, {}));
   SServer_OnConnectionGone(server, ConnectionGone, nullptr);
   SCipc pipes = DirAcces_CheckFlag("RMSERVER_USE_SCIPC_SERVICES") ? SCipc_CreateService(kSRMprotoIdentity) : SCipc_Nil();
 

@@ -3,8 +3,11 @@
 // of its folder's command in the job queue, and answers the file status
 // service on the port it publishes in its info file.
 //
-//   TVWatchD [-b ADDRESS] [-p PORT] [-q MILLISECONDS]
+//   TVWatchD [-b ADDRESS] [-A HOSTS] [-p PORT] [-q MILLISECONDS]
 //
+// -A names the hosts besides this one and the remote watch servers that may
+// use the service, such as worker hosts whose jobs hand in files (commas
+// between them; default TV_ALLOWED_HOSTS).
 // -b binds the service to one address only; -p takes that port (without it
 // the system chooses one: clients read it from the info file); -q is how
 // long a file must stay unchanged before it is taken (default 2000; a file
@@ -33,6 +36,7 @@
 #include "base/Messages.h"
 #include "base/Processe.h"
 #include "base/SPrintf.h"
+#include "distribution/RWconfig.h"
 #include "jobqueue/CCtypes.h"
 #include "jobqueue/SService.h"
 #include "services/TVWatchD/TVWDclock.h"
@@ -122,6 +126,19 @@ bool Held() {
   return true;
 }
 
+// The hosts of the remote watch configuration, which may use the service.
+std::vector<std::string> RemoteWatchServers() {
+  std::vector<std::string> hosts;
+  RWconfig config = nullptr;
+  TextStr error;
+  if (!Messages_Quietly([&] { return RWconfig_Load(config, error); })) return hosts;
+  RWbase_Server server;
+  for (bool first = true; RWconfig_IterateServer(config, first, server); first = false)
+    if (server.hostname[0] != '\0') hosts.emplace_back(server.hostname);
+  RWconfig_Destroy(config);
+  return hosts;
+}
+
 // Waits for a signal, an event, a client or the next tick.
 void Wait() {
   std::vector<pollfd> fds = {{wake[0], POLLIN, 0}};
@@ -143,11 +160,12 @@ int main(int argc, char** argv) {
   ::unsetenv(CCtypes_jobIdEnvVar);
   ::unsetenv(CCtypes_employerEnvVar);
 
-  char argument[kTextCap] = "", address[kNameCap] = "", value[kNameCap] = "";
+  char argument[kTextCap] = "", address[kNameCap] = "", value[kNameCap] = "", allowed[kTextCap] = "";
   std::uint16_t port = 0;
   std::int64_t quietMs = kDefaultQuietMs;
   while (Argument_Get(argument)) {
     if (Strings_Equal(argument, "-b")) Argument_Get(address);
+    if (Strings_Equal(argument, "-A")) Argument_Get(allowed);
     if (Strings_Equal(argument, "-p") && Argument_Get(value)) port = static_cast<std::uint16_t>(std::atoi(value));
     if (Strings_Equal(argument, "-q") && Argument_Get(value)) quietMs = std::max(0, std::atoi(value));
   }
@@ -166,6 +184,7 @@ int main(int argc, char** argv) {
     TVWbase_Unlock(handles);
     Processe_Exit();
   }
+  Socket_Restrict(service, SService_Peers(allowed, RemoteWatchServers()));
   TVWDservice_Init(service);
 
   if (::pipe2(wake, O_NONBLOCK | O_CLOEXEC) != 0) Processe_Exit();
