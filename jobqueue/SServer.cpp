@@ -59,7 +59,7 @@ bool Answer(SServer_Conn conn, SReqObj wire) {
 
 bool Refuse(SServer server, SServer_Conn conn, unsigned number, const std::string& what) {
   char text[kTextCap];
-  Messages_GetMsg(section, number, text);  // messages: SServer 1-2, 40
+  Messages_GetMsg(section, number, text);  // messages: SServer 1-2 40
   SPrintf_String(text, what);
   char name[kNameCap];
   SProtocol_ServerName(server->protocol, name);

@@ -20,6 +20,7 @@
 
 #include "base/Argument.h"
 #include "base/Messages.h"
+#include "distribution/RWconfig.h"
 #include "tests/support/Services.h"
 #include "tests/support/TestFiles.h"
 
@@ -103,18 +104,33 @@ struct Case {
   const char* portVariable;
   std::vector<std::string> args;
   std::string request, answer;
+  bool names4;  // the site names 127.0.0.4 for this service
 };
+
+// A remote watch server at 127.0.0.4, which the demon lets in.
+void NameRemoteWatchServer() {
+  RWconfig config = nullptr;
+  TextStr error;
+  ASSERT_TRUE(RWconfig_Load(config, error)) << error;
+  RWbase_Server server;
+  Strings_Assign("feed", server.name);
+  Strings_Assign("127.0.0.4", server.hostname);
+  RWconfig_AddOrReplaceServer(config, server);
+  EXPECT_TRUE(RWconfig_Save(config, error)) << error;
+  RWconfig_Destroy(config);
+}
 
 TEST(SPeers, ServicesAnswerOnlyTheHostsAllowed) {
   for (const char* variable : {"TV_RMSERVER_PORT", "TV_CCSERVER_PORT", "TV_CCWORKER_PORT", "TV_TVWATCHD_PORT"})
     ChoosePort(variable);
   const std::string demonPort = ::getenv("TV_TVWATCHD_PORT");
   const std::vector<Case> cases = {
-      {"RMserver", "TV_RMSERVER_PORT", {}, kTestService, kSuccess},
-      {"CCserver", "TV_CCSERVER_PORT", {"-w", "127.0.0.4"}, kTestService, kSuccess},
-      {"CCworker", "TV_CCWORKER_PORT", {}, kTestService, kSuccess},
-      {"TVWatchD", "TV_TVWATCHD_PORT", {"-p", demonPort}, "TEST_SERVICE\n", "0 \"\"\n"},
+      {"RMserver", "TV_RMSERVER_PORT", {}, kTestService, kSuccess, false},
+      {"CCserver", "TV_CCSERVER_PORT", {"-w", "127.0.0.4"}, kTestService, kSuccess, true},
+      {"CCworker", "TV_CCWORKER_PORT", {}, kTestService, kSuccess, false},
+      {"TVWatchD", "TV_TVWATCHD_PORT", {"-p", demonPort}, "TEST_SERVICE\n", "0 \"\"\n", true},
   };
+  NameRemoteWatchServer();
   for (const Case& c : cases) {
     SCOPED_TRACE(c.program);
     std::vector<std::string> args = {"-b", "127.0.0.1", "-A", "127.0.0.3"};
@@ -129,9 +145,8 @@ TEST(SPeers, ServicesAnswerOnlyTheHostsAllowed) {
     // A stranger is closed unanswered, and noted once however often it knocks.
     EXPECT_EQ(Exchange("127.0.0.2", port, c.request, c.answer.size()), "") << "a stranger";
     EXPECT_EQ(Exchange("127.0.0.2", port, c.request, c.answer.size()), "") << "a stranger again";
-    if (std::string(c.program) == "CCserver") {  // a worker host the server names
-      EXPECT_EQ(Exchange("127.0.0.4", port, c.request, c.answer.size()), c.answer) << "a worker";
-    }
+    // The worker host a server names, the remote watch server of the demon.
+    EXPECT_EQ(Exchange("127.0.0.4", port, c.request, c.answer.size()), c.names4 ? c.answer : "") << "named by the site";
     EXPECT_EQ(Exchange("127.0.0.1", port, c.request, c.answer.size()), c.answer) << "this host, after";
     StopService(service.pid);
     const std::string log = FileText(service.log);
