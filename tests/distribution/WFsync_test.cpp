@@ -1,9 +1,7 @@
 // The synchronisation's pieces without ssh: the master's port range, the
 // slave's answers to lines it understands and to lines it does not, and its
 // start directory beside other workflows.
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <stdlib.h>
@@ -17,6 +15,7 @@
 #include "distribution/RWbase.h"
 #include "distribution/WFbackup.h"
 #include "distribution/WFsync.h"
+#include "tests/support/Services.h"
 #include "tests/support/TestFiles.h"
 #include "watch/TVWrequest.h"
 
@@ -88,22 +87,6 @@ TEST(WFsync, ServiceTakesTheFirstFreePortOfItsRangeAndNoOther) {
 }
 
 namespace {
-
-// A raw connection to 127.0.0.1:`port` from the loopback address `from`.
-int ConnectFrom(const char* from, std::uint16_t port) {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in at{}, to{};
-  at.sin_family = to.sin_family = AF_INET;
-  ::inet_pton(AF_INET, from, &at.sin_addr);
-  ::inet_pton(AF_INET, "127.0.0.1", &to.sin_addr);
-  to.sin_port = htons(port);
-  if (::bind(fd, reinterpret_cast<sockaddr*>(&at), sizeof at) != 0 ||
-      ::connect(fd, reinterpret_cast<sockaddr*>(&to), sizeof to) != 0) {
-    ::close(fd);
-    return -1;
-  }
-  return fd;
-}
 
 // What the peers of the master's service see, one step per wait of the master.
 struct Knocking {

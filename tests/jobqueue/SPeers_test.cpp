@@ -9,9 +9,7 @@
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
-#include <signal.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -46,20 +44,9 @@ const std::string kSuccess = "A\0\0\0\x01" "\0\0\0\x05" "I\0\0\0\0" "\n"s;
 // what comes back until `enough` bytes are there, the service closes the
 // line, or 3 s have passed ("<open>" is appended then).
 std::string Exchange(const char* from, int port, const std::string& request, std::size_t enough) {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in at{};
-  at.sin_family = AF_INET;
-  ::inet_pton(AF_INET, from, &at.sin_addr);
-  sockaddr_in to{};
-  to.sin_family = AF_INET;
-  to.sin_port = htons(static_cast<std::uint16_t>(port));
-  ::inet_pton(AF_INET, "127.0.0.1", &to.sin_addr);
+  const int fd = ConnectFrom(from, port);
+  if (fd < 0) return "<no connection>";
   std::string got;
-  if (::bind(fd, reinterpret_cast<sockaddr*>(&at), sizeof at) != 0 ||
-      ::connect(fd, reinterpret_cast<sockaddr*>(&to), sizeof to) != 0) {
-    ::close(fd);
-    return "<no connection>";
-  }
   ::send(fd, request.data(), request.size(), MSG_NOSIGNAL);
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
   for (;;) {
