@@ -77,6 +77,8 @@ void WFsync_SetExpressWorkflow(WFbase workflow, bool express);
 // --- Master -----------------------------------------------------------------------------------
 
 // Listens on the first port of 9912 to 9950 that can be had; nil when none.
+// Only the slaves WFsync_Connect starts may connect to it; a sync opens it
+// for its run and closes it at the end.
 Socket WFsync_SetupService(std::uint16_t& port);
 void WFsync_CloseService(Socket& service);
 WFsync_Connection WFsync_NoConnection();

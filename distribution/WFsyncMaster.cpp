@@ -2,6 +2,7 @@
 // its connection, the requests, and sending a workflow with its components.
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "base/DirAcces.h"
@@ -55,6 +56,27 @@ std::string Ssh(StrIn host) {
   std::string word;
   WFsync_Word(host, word);
   return "ssh -o=\"BatchMode=yes\" -- " + word + " ";
+}
+
+// The address ssh reaches `host` at, for a name only its configuration
+// knows (an alias); empty when ssh can't tell.
+std::string SshHostName(StrIn host) {
+  std::string word;
+  WFsync_Word(host, word);
+  std::string name;
+  if (std::FILE* pipe = ::popen(("ssh -G -- " + word + " 2>/dev/null </dev/null").c_str(), "r")) {
+    char line[kTextCap];
+    while (std::fgets(line, sizeof line, pipe) != nullptr)
+      if (std::strncmp(line, "hostname ", 9) == 0) name = std::string(line + 9, std::strcspn(line + 9, "\r\n"));
+    ::pclose(pipe);
+  }
+  return name;
+}
+
+// Only the slaves this master starts may connect back to its service: each
+// from the addresses of its name, or of the host ssh reaches under it.
+void LetIn(Socket service, StrIn host) {
+  if (!SPeers_Add(Socket_Peers(service), Text(host))) SPeers_Add(Socket_Peers(service), SshHostName(host));
 }
 
 void Yield(WFsync_Connection conn) {
@@ -122,6 +144,7 @@ Socket WFsync_SetupService(std::uint16_t& port) {
     Socket service = Messages_Quietly([&] { return Socket_Listen("", candidate, 4096); });
     if (service != Socket_Nil()) {
       port = candidate;
+      Socket_Restrict(service, SPeers_Create());  // no one, until a slave is started
       return service;
     }
   }
@@ -153,6 +176,7 @@ WFsync_Connection WFsync_Connect(Socket service, std::uint16_t port, StrIn host,
   std::string remoteWord;
   WFsync_Word(remote, remoteWord);
   const std::string command = Ssh(host) + remoteWord;
+  LetIn(service, host);
   if (!WFsync_Run(command)) {
     Strings_Assign(WFsync_Text(kCommandFailed, command), reason);
     return nullptr;

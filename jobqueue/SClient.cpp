@@ -49,7 +49,7 @@ int Since(Clock::time_point start) {
 
 bool Failed(SClient conn, int code, StrIn info = "") {
   char text[kTextCap];
-  Messages_GetMsg(section, static_cast<unsigned>(code), text);  // messages: SClient 100-102 104-107
+  Messages_GetMsg(section, static_cast<unsigned>(code), text);  // messages: SClient 100-102 104-108
   SPrintf_String(text, info);
   conn->code = code;
   conn->text = StrIn(text).Str();
@@ -146,8 +146,9 @@ bool ReceiveResult(SClient conn, SReqObj* results) {
   Socket_SetTimeout(conn->socket, left);
   SReqObj wire = SReqObj_Receive(conn->socket);
   if (wire == nullptr) {
-    const bool timedOut = Socket_error == 3;
+    const bool timedOut = Socket_error == 3, badBytes = SReqObj_error == 3;
     Close(conn);
+    if (badBytes) return Failed(conn, SClient_BadResult);
     return timedOut ? Failed(conn, SClient_Timeout) : Failed(conn, SClient_CannotConnect, name);
   }
   std::uint8_t lineFeed = 0;

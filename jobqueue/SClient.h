@@ -27,6 +27,7 @@ enum : int {
   SClient_BadRequest = 105,
   SClient_ListenerRequest = 106,
   SClient_SendFailed = 107,
+  SClient_BadResult = 108,  // the answer is not of the wire form; the connection is closed
 };
 
 // The yield procedure that does nothing.

@@ -1,5 +1,6 @@
 #include "jobqueue/SReqObj.h"
 
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -38,7 +39,7 @@ bool Is(SReqObj obj, SReqObj_Type type) {
 bool WithinLimits(SReqObj obj, std::size_t depth) {
   if (obj == nullptr || depth > kSReqObjMaxDepth) return false;
   if (obj->type == SReqObj_Type::String) return obj->bytes.size() <= kSReqObjMaxString;
-  if (obj->type == SReqObj_Type::Data) return obj->bytes.size() <= 0x7fffffff;
+  if (obj->type == SReqObj_Type::Data) return obj->bytes.size() <= kSReqObjMaxObject - 5;
   if (obj->type != SReqObj_Type::Array) return true;
   if (obj->elements.size() > kSReqObjMaxArray) return false;
   for (const auto& e : obj->elements)
@@ -52,7 +53,12 @@ void PutInteger(std::string& out, std::uint32_t v) {
   out.append(b, 4);
 }
 
-void EncodeUnchecked(SReqObj obj, std::string& out) {
+void PatchInteger(std::string& out, std::size_t at, std::uint32_t v) {
+  for (int i = 3; i >= 0; --i, v >>= 8) out[at + static_cast<std::size_t>(i)] = static_cast<char>(v);
+}
+
+// False when an element grew beyond what its 4-byte length can tell.
+bool EncodeUnchecked(SReqObj obj, std::string& out) {
   out.push_back(kTypeChars[static_cast<int>(obj->type)]);
   switch (obj->type) {
     case SReqObj_Type::Void: break;
@@ -72,41 +78,90 @@ void EncodeUnchecked(SReqObj obj, std::string& out) {
       break;
     case SReqObj_Type::Array:
       PutInteger(out, static_cast<std::uint32_t>(obj->elements.size()));
-      for (const auto& e : obj->elements) EncodeUnchecked(e.get(), out);
+      // Each element is an object of its own: its length first, so that a
+      // reader can pass over what it does not understand.
+      for (const auto& e : obj->elements) {
+        const std::size_t at = out.size();
+        PutInteger(out, 0);
+        if (!EncodeUnchecked(e.get(), out)) return false;
+        const std::size_t length = out.size() - at - 4;
+        if (length > kSReqObjMaxObject) return false;
+        PatchInteger(out, at, static_cast<std::uint32_t>(length));
+      }
       break;
   }
+  return true;
 }
 
-// The two sources a value is read from. Take() appends `n` bytes to `into`
-// and never allocates more than the source can still deliver.
-class MemorySource {
+// Where a value is read from. Every read stays inside the object being read:
+// `end_` is where the innermost element's declared length ends, so that an
+// element that claims more or fewer bytes than its body holds is caught at
+// once instead of swallowing what follows or waiting for bytes that never come.
+class Source {
  public:
-  explicit MemorySource(std::string_view bytes) : bytes_(bytes) {}
+  virtual ~Source() = default;
   bool Read(void* to, std::size_t n) {
-    if (n > bytes_.size() - at_) return false;
-    std::memcpy(to, bytes_.data() + at_, n);
+    if (n > end_ - at_) return Short();
+    if (!Raw(to, n)) return SReqObj_error = 2, false;
     at_ += n;
     return true;
   }
+  // Appends `n` bytes to `into`, never allocating ahead of what arrived.
   bool Take(std::string& into, std::size_t n) {
-    if (n > bytes_.size() - at_) return false;
-    into.append(bytes_.data() + at_, n);
+    if (n > end_ - at_) return Short();
+    if (!RawTake(into, n)) return SReqObj_error = 2, false;
     at_ += n;
     return true;
   }
   std::size_t Used() const { return at_; }
+  std::size_t Left() const { return end_ - at_; }
+  // Confines the reads to the next `n` bytes; gives the bound to restore.
+  std::size_t Enter(std::size_t n) {
+    const std::size_t outer = end_;
+    end_ = at_ + n;
+    return outer;
+  }
+  // Leaves an element: true when it used exactly the bytes it declared.
+  bool Leave(std::size_t outer) {
+    if (at_ != end_) return Short();
+    end_ = outer;
+    return true;
+  }
 
  private:
-  std::string_view bytes_;
+  virtual bool Raw(void* to, std::size_t n) = 0;
+  virtual bool RawTake(std::string& into, std::size_t n) = 0;
+  static bool Short() { return SReqObj_error = 3, false; }
   std::size_t at_ = 0;
+  std::size_t end_ = SIZE_MAX;
 };
 
-class SocketSource {
+class MemorySource final : public Source {
+ public:
+  explicit MemorySource(std::string_view bytes) : bytes_(bytes) {}
+
+ private:
+  bool Raw(void* to, std::size_t n) override {
+    if (n > bytes_.size() - Used()) return false;
+    std::memcpy(to, bytes_.data() + Used(), n);
+    return true;
+  }
+  bool RawTake(std::string& into, std::size_t n) override {
+    if (n > bytes_.size() - Used()) return false;
+    into.append(bytes_.data() + Used(), n);
+    return true;
+  }
+  std::string_view bytes_;
+};
+
+class SocketSource final : public Source {
  public:
   explicit SocketSource(Socket s) : s_(s) {}
-  bool Read(void* to, std::size_t n) { return Socket_ReadBytes(s_, to, n); }
+
+ private:
+  bool Raw(void* to, std::size_t n) override { return Socket_ReadBytes(s_, to, n); }
   // Grows in steps as the bytes arrive, so a lying length costs nothing.
-  bool Take(std::string& into, std::size_t n) {
+  bool RawTake(std::string& into, std::size_t n) override {
     while (n > 0) {
       const std::size_t step = n < 65536 ? n : 65536;
       const std::size_t old = into.size();
@@ -116,25 +171,45 @@ class SocketSource {
     }
     return true;
   }
-
- private:
   Socket s_;
 };
 
-template <class Source>
+// A 4-byte length no higher than `limit` (SReqObj_error 1 above it, or 3
+// when it can't be a length at all).
 bool ReadLength(Source& in, std::size_t limit, std::size_t& length) {
   std::uint8_t b[4];
-  if (!in.Read(b, 4)) return SReqObj_error = 2, false;
+  if (!in.Read(b, 4)) return false;
   const std::uint32_t v = std::uint32_t{b[0]} << 24 | std::uint32_t{b[1]} << 16 | std::uint32_t{b[2]} << 8 | b[3];
-  if (v > limit) return SReqObj_error = v > 0x7fffffff ? 3 : 1, false;
+  if (v > limit) return SReqObj_error = v > kSReqObjMaxObject ? 3 : 1, false;
   length = v;
   return true;
 }
 
-template <class Source>
+std::unique_ptr<SReqObj_Rec> DecodeFrom(Source& in, std::size_t depth);
+
+// The elements of an Array: `count` objects, each its length and a value
+// that fills exactly that length.
+bool DecodeElements(Source& in, std::size_t depth, SReqObj_Rec& array) {
+  std::size_t count = 0;
+  if (!ReadLength(in, kSReqObjMaxArray, count)) return false;
+  // The smallest element takes 5 bytes: a count its container can't hold is
+  // refused before any of it is read.
+  if (count > in.Left() / 5) return SReqObj_error = 3, false;
+  for (std::size_t i = 0; i < count; ++i) {
+    std::size_t length = 0;
+    if (!ReadLength(in, kSReqObjMaxObject, length)) return false;
+    if (length == 0 || length > in.Left()) return SReqObj_error = 3, false;
+    const std::size_t outer = in.Enter(length);
+    auto element = DecodeFrom(in, depth + 1);
+    if (element == nullptr || !in.Leave(outer)) return false;
+    array.elements.push_back(std::move(element));
+  }
+  return true;
+}
+
 std::unique_ptr<SReqObj_Rec> DecodeFrom(Source& in, std::size_t depth) {
   char c = 0;
-  if (!in.Read(&c, 1)) return SReqObj_error = 2, nullptr;
+  if (!in.Read(&c, 1)) return nullptr;
   const char* at = c == 0 ? nullptr : std::strchr(kTypeChars, c);
   if (at == nullptr || depth > kSReqObjMaxDepth) return SReqObj_error = 3, nullptr;
   auto obj = std::make_unique<SReqObj_Rec>();
@@ -144,16 +219,16 @@ std::unique_ptr<SReqObj_Rec> DecodeFrom(Source& in, std::size_t depth) {
   switch (obj->type) {
     case SReqObj_Type::Void: break;
     case SReqObj_Type::Boolean:
-      if (!in.Read(b, 1)) return SReqObj_error = 2, nullptr;
+      if (!in.Read(b, 1)) return nullptr;
       obj->boolean = b[0] != 0;
       break;
     case SReqObj_Type::Integer:
-      if (!in.Read(b, 4)) return SReqObj_error = 2, nullptr;
+      if (!in.Read(b, 4)) return nullptr;
       obj->integer = static_cast<std::int32_t>(std::uint32_t{b[0]} << 24 | std::uint32_t{b[1]} << 16 |
                                                std::uint32_t{b[2]} << 8 | b[3]);
       break;
     case SReqObj_Type::Real: {
-      if (!in.Read(b, 8)) return SReqObj_error = 2, nullptr;
+      if (!in.Read(b, 8)) return nullptr;
       std::uint64_t bits = 0;
       for (std::uint8_t byte : b) bits = bits << 8 | byte;
       std::memcpy(&obj->real, &bits, sizeof bits);
@@ -163,15 +238,10 @@ std::unique_ptr<SReqObj_Rec> DecodeFrom(Source& in, std::size_t depth) {
     case SReqObj_Type::Data:
       if (!ReadLength(in, obj->type == SReqObj_Type::String ? kSReqObjMaxString : kSReqObjMaxData, length))
         return nullptr;
-      if (!in.Take(obj->bytes, length)) return SReqObj_error = 2, nullptr;
+      if (!in.Take(obj->bytes, length)) return nullptr;
       break;
     case SReqObj_Type::Array:
-      if (!ReadLength(in, kSReqObjMaxArray, length)) return nullptr;
-      for (std::size_t i = 0; i < length; ++i) {
-        auto element = DecodeFrom(in, depth + 1);
-        if (element == nullptr) return nullptr;
-        obj->elements.push_back(std::move(element));
-      }
+      if (!DecodeElements(in, depth, *obj)) return nullptr;
       break;
   }
   return obj;
@@ -314,8 +384,9 @@ void SReqObj_ToText(SReqObj obj, StrOut text) {
 
 bool SReqObj_Encode(SReqObj obj, std::string& bytes) {
   SReqObj_error = 0;
-  if (!WithinLimits(obj, 0)) return SReqObj_error = 1, false;
-  EncodeUnchecked(obj, bytes);
+  std::string out;
+  if (!WithinLimits(obj, 0) || !EncodeUnchecked(obj, out)) return SReqObj_error = 1, false;
+  bytes += out;
   return true;
 }
 

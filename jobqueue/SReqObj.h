@@ -2,9 +2,12 @@
 //
 // On the wire a value is one type character of "VBIRSAD" and its body: none,
 // 1 byte, 4 bytes signed, 8 bytes IEEE (most significant first), a 4-byte
-// length and bytes (String, Data), or a 4-byte count and the elements, each a
-// value of its own (Array). A String may hold 262144 bytes, an Array 524288
-// elements; a value beyond either is never sent and never accepted.
+// length and bytes (String, Data), or a 4-byte count and the elements
+// (Array). Each element travels as an object: a 4-byte length, then that many
+// bytes, which are the element's type character and body. All numbers are
+// big-endian. A String may hold 262144 bytes, an Array 524288 elements; a
+// value beyond either is never sent and never accepted, and an element whose
+// length disagrees with its body is refused as bad bytes.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -23,12 +26,16 @@ inline constexpr std::size_t kSReqObjMaxArray = 0x80000;
 // without end.
 inline constexpr std::size_t kSReqObjMaxData = 0x1000000;
 inline constexpr std::size_t kSReqObjMaxDepth = 64;
+// The largest object (an element with its type character) a 4-byte length
+// can tell without looking negative to a peer that reads it signed.
+inline constexpr std::size_t kSReqObjMaxObject = 0x7fffffff;
 
 struct SReqObj_Rec;
 using SReqObj = SReqObj_Rec*;
 
 // Last failure: 0 none, 1 a String or Array over its limit, 2 the socket
-// failed, 3 bad bytes (unknown type, negative length, too deep), 4 wrong type.
+// failed or the bytes ended, 3 bad bytes (unknown type, negative length, too
+// deep, an element whose length disagrees with its body), 4 wrong type.
 extern std::uint8_t SReqObj_error;
 
 // --- Create and destroy: the caller owns what a Create returns ----------------

@@ -48,6 +48,8 @@ using Clock = std::chrono::steady_clock;
 // How long a client may take to finish a request it has begun to send.
 constexpr int kRequestTimeoutMs = 5000;
 
+constexpr unsigned kNotOurWireForm = 40;
+
 bool Answer(SServer_Conn conn, SReqObj wire) {
   const bool sent = SReqObj_Send(conn->socket, wire) && Socket_WriteByte(conn->socket, '\n') &&
                     Socket_Flush(conn->socket);
@@ -57,7 +59,7 @@ bool Answer(SServer_Conn conn, SReqObj wire) {
 
 bool Refuse(SServer server, SServer_Conn conn, unsigned number, const std::string& what) {
   char text[kTextCap];
-  Messages_GetMsg(section, number, text);  // messages: SServer 1-2
+  Messages_GetMsg(section, number, text);  // messages: SServer 1-2 40
   SPrintf_String(text, what);
   char name[kNameCap];
   SProtocol_ServerName(server->protocol, name);
@@ -141,9 +143,16 @@ int ReadRequest(SServer server, SServer_Conn conn, SServer_Request& request) {
   SReqObj params = nullptr;
   const bool parsed = wire != nullptr && Socket_ReadByte(conn->socket, lineFeed) && lineFeed == '\n' &&
                       SProtocol_ParseRequest(server->protocol, wire, number, wantsResult, params);
+  const bool badBytes = wire == nullptr && SReqObj_error == 3;
   std::string name(parsed ? SReqObj_Bytes(SReqObj_Element(wire, 0)) : "");
   SReqObj_Destroy(wire);
-  if (!parsed) return -1;  // a peer that breaks the framing can't be followed any further
+  // A peer that breaks the framing can't be followed any further. One whose
+  // bytes are not of our wire form (elements without their lengths, say) is
+  // told so before the line closes, so that it does not wait for an answer.
+  if (!parsed) {
+    if (badBytes) Refuse(server, conn, kNotOurWireForm, "");
+    return -1;
+  }
   if (number == 0 || !SProtocol_CheckParameterTypes(server->protocol, number, params)) {
     SReqObj_Destroy(params);
     if (!wantsResult) return 0;
@@ -223,6 +232,11 @@ void SServer_OnClientIdentified(SServer server, SServer_IdentifiedProc proc, voi
   if (server == nullptr) return;
   server->identified = proc;
   server->identifiedData = data;
+}
+
+void SServer_Restrict(SServer server, SPeers peers) {
+  if (server == nullptr) return SPeers_Destroy(peers);
+  Socket_Restrict(server->listener, peers);
 }
 
 void SServer_WakeOn(SServer server, int descriptor) {

@@ -46,6 +46,9 @@ void SServer_Destroy(SServer& server);
 // --- Configure -----------------------------------------------------------------------
 void SServer_OnConnectionGone(SServer server, SServer_GoneProc proc, void* data);
 void SServer_OnClientIdentified(SServer server, SServer_IdentifiedProc proc, void* data);
+// Lets only `peers` (taken) connect; any other host's connection is closed
+// unanswered and noted once a minute. Without it every host may connect.
+void SServer_Restrict(SServer server, SPeers peers);
 // A descriptor (-1: none) whose readability ends a wait of SServer_Next at
 // once, so that a service hears of its children or timers while it waits.
 void SServer_WakeOn(SServer server, int descriptor);

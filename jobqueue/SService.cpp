@@ -1,6 +1,7 @@
 #include "jobqueue/SService.h"
 
 #include <cstdio>
+#include <cstdlib>
 
 #include "base/Argument.h"
 #include "base/DirAcces.h"
@@ -28,4 +29,21 @@ SServer SService_Listen(SProtocol protocol, StrIn address, StrIn owner) {
   std::fprintf(stderr, "%s\n", text);
   Processe_Exit();
   return nullptr;
+}
+
+SPeers SService_Peers(StrIn allowed, const std::vector<std::string>& siteHosts) {
+  SPeers peers = SPeers_Create();
+  SPeers_AddThisHost(peers);
+  std::vector<std::string> unknown;
+  for (const std::string& host : siteHosts)
+    if (!SPeers_Add(peers, host)) unknown.push_back(host);
+  const char* site = std::getenv("TV_ALLOWED_HOSTS");
+  SPeers_AddList(peers, !allowed.Empty() ? allowed : StrIn::C(site != nullptr ? site : ""), unknown);
+  for (const std::string& host : unknown) {
+    char text[kTextCap];
+    Messages_GetMsg("SServer", 42, text);  // messages: SServer 42
+    SPrintf_String(text, host);
+    std::fprintf(stderr, "%s\n", text);
+  }
+  return peers;
 }

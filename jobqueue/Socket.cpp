@@ -15,6 +15,8 @@
 #include <cstring>
 #include <vector>
 
+#include "jobqueue/SPeers.h"
+
 std::uint8_t Socket_error = 0;
 
 struct Socket_Rec {
@@ -26,6 +28,8 @@ struct Socket_Rec {
   std::vector<std::uint8_t> ring;
   std::size_t head = 0, count = 0;
   std::vector<std::uint8_t> out;
+  SPeers peers = nullptr;  // a listener's allowed peers; nil lets everyone in
+  ~Socket_Rec() { SPeers_Destroy(peers); }
 };
 
 namespace {
@@ -161,9 +165,17 @@ Socket Socket_Listen(StrIn address, std::uint16_t port, std::size_t bufferSize) 
 
 Socket Socket_Accept(Socket listener) {
   if (!Usable(listener) || !listener->listening) return Fail(nullptr, 6), nullptr;
-  const int fd = ::accept4(listener->fd, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-  if (fd < 0) return nullptr;
-  return Wrap(fd, listener->ring.size(), false);
+  for (;;) {
+    sockaddr_in from{};
+    socklen_t length = sizeof from;
+    const int fd = ::accept4(listener->fd, reinterpret_cast<sockaddr*>(&from), &length, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (fd < 0) return nullptr;
+    if (from.sin_family != AF_INET || SPeers_Allows(listener->peers, from.sin_addr.s_addr))
+      return Wrap(fd, listener->ring.size(), false);
+    // A stranger learns nothing: not even an answer that the service is here.
+    ::close(fd);
+    SPeers_NoteRefused(listener->peers, from.sin_addr.s_addr);
+  }
 }
 
 void Socket_Close(Socket& s) {
@@ -172,6 +184,14 @@ void Socket_Close(Socket& s) {
   delete s;
   s = nullptr;
 }
+
+void Socket_Restrict(Socket listener, SPeers peers) {
+  if (listener == nullptr) return SPeers_Destroy(peers);
+  SPeers_Destroy(listener->peers);
+  listener->peers = peers;
+}
+
+SPeers Socket_Peers(Socket listener) { return listener == nullptr ? nullptr : listener->peers; }
 
 void Socket_SetNoDelay(Socket s) {
   if (s == nullptr) return;

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "base/Strings.h"
+#include "jobqueue/SPeers.h"
 
 struct Socket_Rec;
 using Socket = Socket_Rec*;
@@ -28,13 +29,19 @@ Socket Socket_Connect(StrIn host, std::uint16_t port, std::size_t bufferSize, in
 // A listening socket with address reuse on `address` ("" for every interface)
 // and `port`; nil on failure. A restarted service gets its port back at once.
 Socket Socket_Listen(StrIn address, std::uint16_t port, std::size_t bufferSize);
-// The next waiting connection of a listening socket, or nil when none is waiting.
+// The next waiting connection of a listening socket, or nil when none is
+// waiting. A connection from a peer the listener does not allow is closed
+// at once, unanswered, and noted (SPeers_NoteRefused); the next one is taken.
 Socket Socket_Accept(Socket listener);
 // Closes without shutting down, so a forked child's copy leaves the parent's
 // connection alone. Accepts nil; sets the handle to nil.
 void Socket_Close(Socket& s);
 
 // --- Configure and query -----------------------------------------------------
+// Lets only `peers` (taken; nil: every host) connect through `listener`.
+void Socket_Restrict(Socket listener, SPeers peers);
+// The listener's peers, a link to add to; nil when every host may connect.
+SPeers Socket_Peers(Socket listener);
 // Sends small writes at once (requests are short and wait for an answer).
 void Socket_SetNoDelay(Socket s);
 // How long one read waits for missing bytes; negative waits for ever. 5000 at start.

@@ -3,9 +3,11 @@
 // and restrictions allow, and tells its listeners of every change. The queue
 // lives in a journal, so that a restarted server goes on where it stopped.
 //
-//   CCserver [-b ADDRESS] [-d DIRECTORY] [-w HOST]...
+//   CCserver [-b ADDRESS] [-A HOSTS] [-d DIRECTORY] [-w HOST]...
 //
 // -b binds the port to one address only (127.0.0.1 keeps it to this host).
+// -A names the hosts besides this one and the workers that may connect
+// (commas between them; default TV_ALLOWED_HOSTS).
 // -d is where the journal lies (default "CCserver-<port>" in MARLDAT).
 // -w names a worker host; without any, the worker of this host is used.
 // The port is 5610 unless TV_CCSERVER_PORT names another; workers are
@@ -34,7 +36,7 @@ namespace {
 char section[16] = "CCserver";
 
 constexpr int kTickMs = 250;
-constexpr unsigned kUsageFirst = 20, kUsageLast = 25;
+constexpr unsigned kUsageFirst = 20, kUsageLast = 26;
 constexpr int kBatch = 64;
 constexpr std::size_t kMinRewrite = 10000;
 
@@ -326,14 +328,15 @@ void Recover(const std::string& directory) {
 
 int main(int argc, char** argv) {
   Argument_Init(argc, argv);
-  std::string address, journal;
+  std::string address, journal, allowed;
   std::vector<std::string> hosts;
   const Options_Option options[] = {
       {"-b", true, Options_Store(address)},
+      {"-A", true, Options_Store(allowed)},
       {"-d", true, Options_Store(journal)},
       {"-w", true, Options_Append(hosts)},
   };
-  if (!Options_Read(options)) Options_Refuse("", section, kUsageFirst, kUsageLast);  // messages: CCserver 20-25
+  if (!Options_Read(options)) Options_Refuse("", section, kUsageFirst, kUsageLast);  // messages: CCserver 20-26
   SService_Start(argc, argv);
   char directory[kPathCap];
   Strings_Assign(journal, directory);
@@ -341,6 +344,7 @@ int main(int argc, char** argv) {
   SProtocol protocol = CCprotocol_Server();
   port = SProtocol_Port(protocol);
   SServer server = SService_Listen(protocol, address, section);  // messages: CCserver 1
+  SServer_Restrict(server, SService_Peers(allowed, hosts));
   if (directory[0] == '\0') DirAcces_IncludeSpecialPath(DirAcces_MARLDAT, "CCserver-" + std::to_string(port), directory);
   Recover(StrIn(directory).Str());
   if (hosts.empty()) CCworkers_Add(CCtypes_localWorkerName, "");

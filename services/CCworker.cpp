@@ -4,9 +4,11 @@
 // ended. Jobs outlive the worker: one started after a killed worker takes
 // over the jobs still running and reports the ends of all.
 //
-//   CCworker [-b ADDRESS] [-d DIRECTORY] [-j SLOTS]
+//   CCworker [-b ADDRESS] [-A HOSTS] [-d DIRECTORY] [-j SLOTS]
 //
 // -b binds the port to one address only (127.0.0.1 keeps it to this host).
+// -A names the hosts besides this one that may connect: the queue servers of
+// other hosts (commas between them; default TV_ALLOWED_HOSTS).
 // -d is where the worker keeps its jobs (default "CCworker-<port>" in MARLDAT).
 // -j is how many jobs of high CPU usage run at once (default: the number of
 // processors); twice as many may run counting those of low usage, and four
@@ -46,7 +48,7 @@ namespace {
 char section[16] = "CCworker";
 
 constexpr int kBusyTickMs = 100;
-constexpr unsigned kUsageFirst = 20, kUsageLast = 24;
+constexpr unsigned kUsageFirst = 20, kUsageLast = 25;
 constexpr long kMaxSlots = 4096;  // more than any machine has processors
 constexpr int kIdleTickMs = 1000;
 constexpr auto kKillGrace = std::chrono::seconds(5);
@@ -353,14 +355,15 @@ void TakeOver() {
 
 int main(int argc, char** argv) {
   Argument_Init(argc, argv);
-  std::string address, jobsDir;
+  std::string address, jobsDir, allowed;
   long slotCount = std::max(1U, std::thread::hardware_concurrency());
   const Options_Option options[] = {
       {"-b", true, Options_Store(address)},
+      {"-A", true, Options_Store(allowed)},
       {"-d", true, Options_Store(jobsDir)},
       {"-j", true, Options_Number(slotCount, 1, kMaxSlots)},
   };
-  if (!Options_Read(options)) Options_Refuse("", section, kUsageFirst, kUsageLast);  // messages: CCworker 20-24
+  if (!Options_Read(options)) Options_Refuse("", section, kUsageFirst, kUsageLast);  // messages: CCworker 20-25
   SService_Start(argc, argv);
   slots = static_cast<std::size_t>(slotCount);
   char directory[kPathCap];
@@ -368,6 +371,7 @@ int main(int argc, char** argv) {
 
   SProtocol protocol = CCprotocol_Worker();
   server = SService_Listen(protocol, address, section);  // messages: CCworker 1
+  SServer_Restrict(server, SService_Peers(allowed, {}));
   if (directory[0] == '\0')
     DirAcces_IncludeSpecialPath(DirAcces_MARLDAT, "CCworker-" + std::to_string(SProtocol_Port(protocol)), directory);
   if (!CCjobDir_Open(StrIn(directory).Str())) {

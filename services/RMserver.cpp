@@ -2,9 +2,11 @@
 // and other hosts over the request layer, and over the named pipes of this
 // host when the flag RMSERVER_USE_SCIPC_SERVICES is set.
 //
-//   RMserver [-b ADDRESS]
+//   RMserver [-b ADDRESS] [-A HOSTS]
 //
 // -b binds the port to one address only (127.0.0.1 keeps it to this host).
+// -A names the hosts besides this one that may connect (commas between
+// them; default TV_ALLOWED_HOSTS).
 // The port is 5624 unless TV_RMSERVER_PORT names another.
 #include <algorithm>
 #include <cstdio>
@@ -29,7 +31,7 @@ namespace {
 char section[16] = "RMserver";
 
 constexpr int kPollMs = 100;
-constexpr unsigned kUsageFirst = 20, kUsageLast = 22;
+constexpr unsigned kUsageFirst = 20, kUsageLast = 23;
 
 bool debugging = false;
 
@@ -132,15 +134,17 @@ void WatchPipeClients(SCipc pipes) {
 
 int main(int argc, char** argv) {
   Argument_Init(argc, argv);
-  std::string address;
+  std::string address, allowed;
   const Options_Option options[] = {
       {"-b", true, Options_Store(address)},
+      {"-A", true, Options_Store(allowed)},
   };
-  if (!Options_Read(options)) Options_Refuse("", section, kUsageFirst, kUsageLast);  // messages: RMserver 20-22
+  if (!Options_Read(options)) Options_Refuse("", section, kUsageFirst, kUsageLast);  // messages: RMserver 20-23
   SService_Start(argc, argv);
 
   SProtocol protocol = SRMproto_Protocol();
   SServer server = SService_Listen(protocol, address, section);  // messages: RMserver 1
+  SServer_Restrict(server, SService_Peers(allowed, {}));
   SServer_OnConnectionGone(server, ConnectionGone, nullptr);
   SCipc pipes = DirAcces_CheckFlag("RMSERVER_USE_SCIPC_SERVICES") ? SCipc_CreateService(kSRMprotoIdentity) : SCipc_Nil();
   Processe_SetExitStatus(0);

@@ -3,8 +3,11 @@
 // of its folder's command in the job queue, and answers the file status
 // service on the port it publishes in its info file.
 //
-//   TVWatchD [-b ADDRESS] [-p PORT] [-q MILLISECONDS]
+//   TVWatchD [-b ADDRESS] [-A HOSTS] [-p PORT] [-q MILLISECONDS]
 //
+// -A names the hosts besides this one and the remote watch servers that may
+// use the service, such as worker hosts whose jobs hand in files (commas
+// between them; default TV_ALLOWED_HOSTS).
 // -b binds the service to one address only; -p takes that port (without it
 // the system chooses one: clients read it from the info file); -q is how
 // long a file must stay unchanged before it is taken (default 2000; a file
@@ -34,6 +37,7 @@
 #include "base/Options.h"
 #include "base/Processe.h"
 #include "base/SPrintf.h"
+#include "distribution/RWconfig.h"
 #include "jobqueue/CCtypes.h"
 #include "jobqueue/SService.h"
 #include "services/TVWatchD/TVWDclock.h"
@@ -56,7 +60,7 @@ constexpr std::int64_t kLookMs = 1000;        // the stop file
 constexpr std::int64_t kConfigLookMs = 2000;  // the configuration file
 constexpr long kDefaultQuietMs = 2000;
 constexpr long kMaxQuietMs = 24L * 3600 * 1000;  // a day
-constexpr unsigned kUsageFirst = 20, kUsageLast = 24;
+constexpr unsigned kUsageFirst = 20, kUsageLast = 25;
 constexpr unsigned kCannotListen = 1, kInfoNotWritten = 4, kNoConfiguration = 5, kHeld = 6, kNoInotify = 7;
 
 int wake[2] = {-1, -1};  // the signal handlers' pipe into the main loop
@@ -125,6 +129,19 @@ bool Held() {
   return true;
 }
 
+// The hosts of the remote watch configuration, which may use the service.
+std::vector<std::string> RemoteWatchServers() {
+  std::vector<std::string> hosts;
+  RWconfig config = nullptr;
+  TextStr error;
+  if (!Messages_Quietly([&] { return RWconfig_Load(config, error); })) return hosts;
+  RWbase_Server server;
+  for (bool first = true; RWconfig_IterateServer(config, first, server); first = false)
+    if (server.hostname[0] != '\0') hosts.emplace_back(server.hostname);
+  RWconfig_Destroy(config);
+  return hosts;
+}
+
 // Waits for a signal, an event, a client or the next tick.
 void Wait() {
   std::vector<pollfd> fds = {{wake[0], POLLIN, 0}};
@@ -140,14 +157,15 @@ void Wait() {
 
 int main(int argc, char** argv) {
   Argument_Init(argc, argv);
-  std::string address;
+  std::string address, allowed;
   long portNumber = 0, quietMs = kDefaultQuietMs;
   const Options_Option options[] = {
       {"-b", true, Options_Store(address)},
+      {"-A", true, Options_Store(allowed)},
       {"-p", true, Options_Number(portNumber, 0, 65535)},
       {"-q", true, Options_Number(quietMs, 0, kMaxQuietMs)},
   };
-  if (!Options_Read(options)) Options_Refuse("", section, kUsageFirst, kUsageLast);  // messages: TVWatchD 20-24
+  if (!Options_Read(options)) Options_Refuse("", section, kUsageFirst, kUsageLast);  // messages: TVWatchD 20-25
   const auto port = static_cast<std::uint16_t>(portNumber);
   SService_Start(argc, argv);
   // Its own session, and none of the job variables of whoever started it.
@@ -170,6 +188,7 @@ int main(int argc, char** argv) {
     TVWbase_Unlock(handles);
     Processe_Exit();
   }
+  Socket_Restrict(service, SService_Peers(allowed, RemoteWatchServers()));
   TVWDservice_Init(service);
 
   if (::pipe2(wake, O_NONBLOCK | O_CLOEXEC) != 0) Processe_Exit();

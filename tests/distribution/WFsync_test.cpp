@@ -2,6 +2,8 @@
 // slave's answers to lines it understands and to lines it does not, and its
 // start directory beside other workflows.
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -13,6 +15,7 @@
 #include "distribution/RWbase.h"
 #include "distribution/WFbackup.h"
 #include "distribution/WFsync.h"
+#include "tests/support/Services.h"
 #include "tests/support/TestFiles.h"
 #include "watch/TVWrequest.h"
 
@@ -99,6 +102,65 @@ TEST(WFsync, ServiceTakesTheFirstFreePortOfItsRangeAndNoOther) {
   EXPECT_EQ(port, last);
   WFsync_CloseService(service);
   for (Socket& s : held) Socket_Close(s);
+}
+
+namespace {
+
+// What the peers of the master's service see, one step per wait of the master.
+struct Knocking {
+  std::uint16_t port = 0;
+  int step = 0;
+  int stranger = -1, slave = -1;
+  std::string strangerGot = "<nothing yet>", slaveGot;
+};
+
+void Knock(void* arg) {
+  auto& k = *static_cast<Knocking*>(arg);
+  char bytes[256];
+  if (k.step++ == 0) {
+    k.stranger = ConnectFrom("127.0.0.2", k.port);  // taken and closed at the master's next look
+    return;
+  }
+  if (k.stranger >= 0 && k.slave < 0) {
+    pollfd p{k.stranger, POLLIN, 0};
+    if (::poll(&p, 1, 1000) > 0) {
+      const ssize_t n = ::recv(k.stranger, bytes, sizeof bytes, 0);
+      k.strangerGot = n <= 0 ? "" : std::string(bytes, static_cast<std::size_t>(n));
+    }
+    k.slave = ConnectFrom("127.0.0.3", k.port);
+    return;
+  }
+  // The slave hears the master's first request, and goes away.
+  if (k.slave >= 0 && k.slaveGot.empty()) {
+    const ssize_t n = ::recv(k.slave, bytes, sizeof bytes, MSG_DONTWAIT);
+    if (n > 0) {
+      k.slaveGot.assign(bytes, static_cast<std::size_t>(n));
+      ::close(k.slave);
+      ::close(k.stranger);
+    }
+  }
+}
+
+}  // namespace
+
+TEST(WFsync, OnlyTheSlaveStartedMayConnectBack) {
+  // ssh that starts nothing: the test plays the slave.
+  TempDir bin;
+  PutFile(bin.Path() + "/ssh", "#!/bin/sh\nexit 0\n");
+  fs::permissions(bin.Path() + "/ssh", fs::perms::owner_all);
+  const std::string path = ::getenv("PATH");
+  ::setenv("PATH", (bin.Path() + ":" + path).c_str(), 1);
+  Knocking k;
+  Socket service = WFsync_SetupService(k.port);
+  ASSERT_NE(service, Socket_Nil());
+  TextStr reason;
+  WFsync_Connection conn = WFsync_Connect(service, k.port, "127.0.0.3", Knock, &k, reason);
+  ::setenv("PATH", path.c_str(), 1);
+  EXPECT_EQ(k.strangerGot, "") << "a stranger is closed unanswered";
+  EXPECT_EQ(k.slaveGot.substr(0, 11), "ENVIRONMENT") << "the slave started is let in";
+  EXPECT_EQ(conn, WFsync_NoConnection());  // it went away
+  WFsync_CloseConnection(conn);
+  WFsync_CloseService(service);
 }
 
 TEST(WFsync, SlaveAnswersWhatItUnderstandsAndNamesWhatItDoesNot) {

@@ -1,7 +1,8 @@
 // Fuzz target: request objects from arbitrary bytes, as a peer may send them.
-// Decoding ends, never trusts a declared length, and whatever decodes encodes
-// to as many bytes as it was read from, in a form that decodes to itself
-// (a boolean byte other than 0 and 1 comes back as 1).
+// Decoding ends, never trusts a declared length (of a String, an Array, or an
+// element of an Array, which must fill its length exactly), and whatever
+// decodes encodes to as many bytes as it was read from, in a form that decodes
+// to itself (a boolean byte other than 0 and 1 comes back as 1).
 #include <cstdint>
 #include <cstdlib>
 #include <string>

@@ -226,6 +226,45 @@ TEST_F(Service, ListenersGetEventsButAskNothing) {
   SClient_CloseAllConnections();
 }
 
+TEST_F(Service, APeerOfAnotherWireFormIsToldAndClosed) {
+  // "TEST_SERVICE" with elements that lack their lengths.
+  const std::string old = std::string("A\0\0\0\x03" "S\0\0\0\x0c" "TEST_SERVICE" "I\0\0\0\x01" "B\x01" "\n", 30);
+  Socket s = Socket_Connect("127.0.0.1", SProtocol_Port(protocol_), 4096, 2000);
+  ASSERT_NE(s, nullptr);
+  Socket_SetTimeout(s, 3000);
+  ASSERT_TRUE(Socket_WriteBytes(s, old.data(), old.size()) && Socket_Flush(s));
+  SReqObj answer = SReqObj_Receive(s);
+  std::uint8_t lineFeed = 0;
+  EXPECT_TRUE(Socket_ReadByte(s, lineFeed));
+  EXPECT_EQ(lineFeed, '\n');
+  EXPECT_EQ(SReqObj_GetInteger(SReqObj_Element(answer, 0)), 40);
+  const std::string text(SReqObj_Bytes(SReqObj_Element(SReqObj_Element(answer, 1), 2)));
+  EXPECT_NE(text.find("4-byte"), std::string::npos) << text;
+  SReqObj_Destroy(answer);
+  // And then the line is closed: nothing more comes.
+  EXPECT_FALSE(Socket_ReadByte(s, lineFeed));
+  EXPECT_EQ(Socket_error, 4);
+  Socket_Close(s);
+
+  // A client that gets an answer of that form says so, and does not wait.
+  Socket peer = Socket_Listen("127.0.0.1", 0, 4096);
+  SProtocol p = TestProtocol("fdtestold", true);
+  SProtocol_SetPort(p, Socket_LocalPort(peer));
+  SClient conn = SClient_Connect("127.0.0.1", 2000, 0, p, nullptr);
+  Socket accepted = nullptr;
+  for (int i = 0; i < 100 && accepted == nullptr; ++i)
+    if (Socket_WaitReadable(peer, 20)) accepted = Socket_Accept(peer);
+  ASSERT_NE(accepted, nullptr);
+  const std::string success = std::string("A\0\0\0\x02" "I\0\0\0\0" "S\0\0\0\x02" "ok" "\n", 18);
+  ASSERT_TRUE(Socket_WriteBytes(accepted, success.data(), success.size()) && Socket_Flush(accepted));
+  EXPECT_EQ(Echo(conn, "ok"), "<failed>");
+  EXPECT_EQ(SClient_ErrorCode(conn), SClient_BadResult);
+  SClient_CloseConn(conn);
+  Socket_Close(accepted);
+  Socket_Close(peer);
+  SProtocol_Destroy(p);
+}
+
 TEST(SClientStart, LocalServiceIsStartedOncePerReconnect) {
   TempDir dir;
   const std::string log = dir.Path() + "/starts";

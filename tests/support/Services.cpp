@@ -106,6 +106,19 @@ void ChoosePort(const std::string& portVariable) {
   ::setenv(portVariable.c_str(), std::to_string(FreeLoopbackPort()).c_str(), 1);
 }
 
+int ConnectFrom(const std::string& from, int port) {
+  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in at = Loopback(0);
+  const sockaddr_in to = Loopback(static_cast<std::uint16_t>(port));
+  if (::inet_pton(AF_INET, from.c_str(), &at.sin_addr) != 1 ||
+      ::bind(fd, reinterpret_cast<const sockaddr*>(&at), sizeof at) != 0 ||
+      ::connect(fd, reinterpret_cast<const sockaddr*>(&to), sizeof to) != 0) {
+    ::close(fd);
+    return -1;
+  }
+  return fd;
+}
+
 int StartService(const std::string& program, const std::string& portVariable, const std::vector<std::string>& args,
                  const std::vector<std::pair<std::string, std::string>>& env) {
   const std::string path = FLOATDECK_BINARY_DIR "/bin/" + program;

@@ -17,6 +17,10 @@ int FreeLoopbackPort();
 // A free loopback port, published in the variable `portVariable`
 // (TV_RMSERVER_PORT, TV_CCSERVER_PORT, ...).
 void ChoosePort(const std::string& portVariable);
+// A connection to 127.0.0.1:`port` from the loopback address `from` (such as
+// "127.0.0.2"), as a host other than this one would come; the descriptor,
+// or -1.
+int ConnectFrom(const std::string& from, int port);
 // Starts the build tree's service `program` bound to 127.0.0.1 on the port
 // in `portVariable`, with `args` behind and `env` added to its environment,
 // and waits until it accepts connections. The process id, or -1 when it did
