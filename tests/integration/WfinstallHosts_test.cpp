@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <sstream>
 #include <string>
 
 #include "tests/support/Services.h"
@@ -59,14 +60,18 @@ TEST_F(WfinstallHosts, HostsThatCouldBecomeOptionsOrCommandsAreRefusedBeforeAnyS
 }
 
 TEST_F(WfinstallHosts, AGoodHostReachesSshBehindDoubleDash) {
-  // No slave answers the stand-in: the sync fails, after one ssh call.
+  // No slave answers the stand-in: the sync fails, after asking ssh for the
+  // host's address (-G) and starting the slave.
   const RunResult run = Sync("admin@slave-1.example", "sample");
   EXPECT_EQ(run.status, 1);
   const std::string recorded = FileText(calls);
-  EXPECT_EQ(std::count(recorded.begin(), recorded.end(), '\n'), 1) << recorded;
   EXPECT_NE(recorded.find(" -- admin@slave-1.example "), std::string::npos) << recorded;
-  // The host is the first word behind "--", which stands only once.
-  EXPECT_EQ(recorded.find("-- "), recorded.rfind("-- admin@slave-1.example")) << recorded;
+  // In every call the host is the first word behind "--", which stands once.
+  std::istringstream lines(recorded);
+  int count = 0;
+  for (std::string line; std::getline(lines, line); ++count)
+    EXPECT_EQ(line.find("-- "), line.rfind("-- admin@slave-1.example")) << line;
+  EXPECT_GE(count, 1);
 }
 
 }  // namespace

@@ -28,6 +28,7 @@
 #include "rc/SrcFile.h"
 #include "tests/support/FlowSite.h"
 #include "tests/support/TestFiles.h"
+#include "tests/toolkit/GuiRounds.h"
 #include "tests/toolkit/XvfbServer.h"
 #include "toolkit/IReplay.h"
 #include "toolkit/ITxtView.h"
@@ -70,23 +71,8 @@ class Installation : public ::testing::Environment {
 const bool xvfb = UseXvfb();
 const auto* const installation = ::testing::AddGlobalTestEnvironment(new Installation);
 
-// Rounds of the program's loop until `done`; false after 20 s.
-bool Rounds(const std::function<bool()>& done) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    W_Sync(false);
-    for (int i = 0; i < 50 && (WtEvents_Pending() || I_TimeTillNextTask() == 0 || IReplay_Running()); ++i)
-      I_SingleEventLoopIteration();
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return true;
-}
-
-bool Replay(const std::string& lines) {
-  PutFile(root->Path() + "/replay.log", lines);
-  return IReplay_Start(root->Path() + "/replay.log", 5000) && Rounds([] { return !IReplay_Running(); });
-}
+bool Rounds(const std::function<bool()>& done) { return GuiRounds_Until(done); }
+bool Replay(const std::string& lines) { return GuiRounds_Replay(root->Path(), lines); }
 
 CCqueueInt_Lists& Lists() { return CCqueueInt_globalHandle->lists; }
 
