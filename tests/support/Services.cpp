@@ -143,3 +143,10 @@ int StartRMserver(const std::vector<std::pair<std::string, std::string>>& env) {
   return StartService("RMserver", "TV_RMSERVER_PORT", {}, env);
 }
 void StopRMserver(int& pid) { StopService(pid); }
+
+double ProcessResidentMegabytes(int pid) {
+  std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+  for (std::string line; std::getline(status, line);)
+    if (line.rfind("VmRSS:", 0) == 0) return std::stod(line.substr(6)) / 1024;
+  return -1;
+}
