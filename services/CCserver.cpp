@@ -154,7 +154,6 @@ void Peek(const SServer_Request& r) {
   const auto types = first ? static_cast<std::uint32_t>(SReqObj_GetInteger(SReqObj_Element(r.params, 1))) : 0U;
   CCqueue_Entry* e = queueStatus == CCtypes_QueueRunning ? CCjobs_StartNext(w->name, w->local, usages, types) : nullptr;
   w->idle = e == nullptr;
-  if (e != nullptr) e->handedIn = w->epoch;
   if (e == nullptr) w->seen = generation;
   CCnotify_Reply(r.conn, One(SReqObj_CreateString(e == nullptr ? "" : CCjobBase_JobToString(e->job))));
 }
@@ -270,15 +269,11 @@ void Handle(const SServer_Request& r) {
 
 // A worker that is back is asked about the jobs it ran: those it never
 // started wait again; the others it reports itself. One that may be getting
-// a job just now ("waiting") is asked again next time. Jobs it took over the
-// connection it speaks over now need no asking: that worker has them, and
-// asking it while it waits for our answer to its own request would cost
-// each job a round of its waiting.
+// a job just now ("waiting") is asked again next time.
 void Recheck(CCworkers_Worker* w) {
   std::vector<CCqueue_Entry*> running;
   for (CCqueue_Entry* e : CCqueue_Actual())
-    if (CCjobBase_GetStatus(e->job) == CCtypes_Running && e->worker == w->name && e->handedIn != w->epoch)
-      running.push_back(e);
+    if (CCjobBase_GetStatus(e->job) == CCtypes_Running && e->worker == w->name) running.push_back(e);
   for (CCqueue_Entry* e : running) {
     const int status = CCworkers_JobStatus(w, e->id);
     if (status < 0 || status == CCtypes_Waiting) return;

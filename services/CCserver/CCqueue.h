@@ -25,7 +25,6 @@ struct CCqueue_Entry {
   std::chrono::steady_clock::time_point checked{};  // last look at its preconditions
   std::chrono::steady_clock::time_point since{};    // when it came into the actual list
   std::uint32_t flow = 0;  // its flow's number (CCqueue_Flows), for fair shares
-  std::uint64_t handedIn = 0;  // the worker's connection epoch (CCworkers) it went out in
 
   CCqueue_Entry() = default;
   CCqueue_Entry(const CCqueue_Entry&) = delete;

@@ -86,7 +86,6 @@ std::vector<CCworkers_Worker*> CCworkers_All() {
 void CCworkers_Heard(CCworkers_Worker* w, SServer_Conn from) {
   if (w->from == from) return;
   w->from = from;
-  ++w->epoch;
   // Over a new connection it may be a new process, heard before the end of
   // the old one's connection was: it is asked about its jobs as one that was down.
   w->recheck = true;
@@ -97,7 +96,6 @@ void CCworkers_ConnectionGone(SServer_Conn from) {
   for (const auto& w : workers) {
     if (w->from != from) continue;
     w->from = nullptr;
-    ++w->epoch;
     SetUp(w.get(), false);
     w->retryAt = 0;
   }

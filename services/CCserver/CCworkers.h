@@ -25,7 +25,6 @@ struct CCworkers_Worker {
   bool recheck = true;     // ask about its jobs when it is reached next
   std::int64_t retryAt = 0;  // steady milliseconds
   SServer_Conn from = nullptr;  // its own connection to us
-  std::uint64_t epoch = 0;       // counts its connections to us: a new one may be a new process
 };
 
 // Makes the table's entry for a worker on `host` ("" this machine) at the
