@@ -314,13 +314,9 @@ void Handle(SServer_Request& r) {
 }
 
 // While a request to a server waits, the worker answers what it is asked.
-// With no time to wait SServer_Next serves only what it has read already,
-// so the first look waits a moment: a server that calls us while we wait
-// for it (asking about our jobs) is answered now, not after its call timed
-// out and it took us for gone.
 void Serve() {
   SServer_Request r;
-  for (int n = 0; SServer_Next(server, n == 0 ? 1 : 0, r); ++n) Handle(r);
+  while (SServer_Next(server, 0, r)) Handle(r);
 }
 
 // --- Start-up ------------------------------------------------------------------------------------
