@@ -69,6 +69,8 @@ CCjobBase_Job CCjobBase_Copy(CCjobBase_Job job) {
   copy->description = job->description;
   copy->submitterName = job->submitterName;
   copy->submitterAddons = job->submitterAddons;
+  copy->flow = job->flow;
+  copy->stage = job->stage;
   copy->errorFilename = job->errorFilename;
   copy->progressFilename = job->progressFilename;
   CCprecond_Destroy(copy->preconditions);
@@ -146,6 +148,12 @@ std::string_view CCjobBase_GetSubmitterAddons(CCjobBase_Job job) {
 }
 void CCjobBase_SetSubmitterAddons(CCjobBase_Job job, std::string_view addons) {
   Set(job, &CCjobBase_JobRec::submitterAddons, addons);
+}
+std::string_view CCjobBase_GetFlow(CCjobBase_Job job) { return Field(job, &CCjobBase_JobRec::flow); }
+void CCjobBase_SetFlow(CCjobBase_Job job, std::string_view flow) { Set(job, &CCjobBase_JobRec::flow, flow); }
+std::uint32_t CCjobBase_GetStage(CCjobBase_Job job) { return job == nullptr ? 0 : job->stage; }
+void CCjobBase_SetStage(CCjobBase_Job job, std::uint32_t stage) {
+  if (job != nullptr) job->stage = stage;
 }
 std::string_view CCjobBase_GetErrorFilenameField(CCjobBase_Job job) {
   return Field(job, &CCjobBase_JobRec::errorFilename);

@@ -81,6 +81,13 @@ std::string_view CCjobBase_GetSubmitterName(CCjobBase_Job job);
 void CCjobBase_SetSubmitterName(CCjobBase_Job job, std::string_view name);
 std::string_view CCjobBase_GetSubmitterAddons(CCjobBase_Job job);
 void CCjobBase_SetSubmitterAddons(CCjobBase_Job job, std::string_view addons);
+// The pipeline the job belongs to (the demon: its workflow) and how far along
+// it its folder is (0 the start); the queue shares its slots between flows
+// and prefers later stages among jobs of one priority.
+std::string_view CCjobBase_GetFlow(CCjobBase_Job job);
+void CCjobBase_SetFlow(CCjobBase_Job job, std::string_view flow);
+std::uint32_t CCjobBase_GetStage(CCjobBase_Job job);
+void CCjobBase_SetStage(CCjobBase_Job job, std::uint32_t stage);
 std::string_view CCjobBase_GetErrorFilenameField(CCjobBase_Job job);
 void CCjobBase_SetErrorFilename(CCjobBase_Job job, std::string_view path);
 std::string_view CCjobBase_GetProgressFilenameField(CCjobBase_Job job);

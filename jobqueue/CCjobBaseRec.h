@@ -15,6 +15,8 @@ struct CCjobBase_JobRec {
   std::int32_t uid = -1, gid = -1;
   double timeout = 0;
   std::string employerHost, workDir, description, submitterName, submitterAddons, errorFilename, progressFilename;
+  std::string flow;
+  std::uint32_t stage = 0;
   CCprecond_List preconditions = CCprecond_Create();
   CCrestrict_List restrictions = CCrestrict_Create();
   CCcleanup_List cleanupCommands = CCcleanup_Create();

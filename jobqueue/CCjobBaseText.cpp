@@ -58,6 +58,8 @@ void Take(CCjobBase_Job job, const std::string& key, const std::string& value, b
   else if (key == "DESC") job->description = value;
   else if (key == "SUBMITTER_NAME") job->submitterName = value;
   else if (key == "SUBMITTER_ADDONS") job->submitterAddons = value;
+  else if (key == "FLOW") job->flow = value;
+  else if (key == "STAGE") ReadNumber(value, job->stage);
   else if (key == "ERRORFILENAME") job->errorFilename = value;
   else if (key == "PROGRESSFILENAME") job->progressFilename = value;
   else if (key == "TIMEOUT") ReadReal(value, job->timeout);
@@ -101,6 +103,9 @@ std::string CCjobBase_JobToString(CCjobBase_Job job) {
   w.Put("DESC", job->description);
   w.Put("SUBMITTER_NAME", job->submitterName);
   w.Put("SUBMITTER_ADDONS", job->submitterAddons);
+  // Only where set: readers before them pass unknown keys over.
+  if (!job->flow.empty()) w.Put("FLOW", job->flow);
+  if (job->stage != 0) w.Put("STAGE", std::to_string(job->stage));
   w.Put("ERRORFILENAME", job->errorFilename);
   w.Put("PROGRESSFILENAME", job->progressFilename);
   if (std::fabs(job->timeout) >= 1e-8) {

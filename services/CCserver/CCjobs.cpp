@@ -6,6 +6,7 @@
 #include "services/CCserver/CCnotify.h"
 #include "base/DirAcces.h"
 #include "base/Processe.h"
+#include "jobqueue/CCorder.h"
 #include "jobqueue/CCtypes.h"
 #include "jobqueue/SClient.h"
 #include "jobqueue/SRMproto.h"
@@ -66,6 +67,27 @@ bool Ready(CCqueue_Entry* e, CCprecond_FailTable failTable) {
   return false;
 }
 
+// Whether the job may start now: within its restrictions, its preconditions hold.
+bool Startable(CCqueue_Entry* e, CCprecond_FailTable failTable) {
+  return CCrestrict_Check(CCjobBase_GetRestrictions(e->job), CCqueue_Restrictions()) && Ready(e, failTable);
+}
+
+// The waiting jobs that fit, each with its place in the order (CCorder).
+std::vector<std::pair<CCorder_Key, CCqueue_Entry*>> Candidates(bool local, std::uint8_t cpuUsages,
+                                                              std::uint32_t jobTypes) {
+  const Clock::time_point now = Clock::now();
+  std::vector<std::uint32_t> running(CCqueue_Flows(), 0);
+  for (const CCqueue_Entry* e : CCqueue_Actual())
+    if (CCjobBase_GetStatus(e->job) == CCtypes_Running) ++running[e->flow];
+  std::vector<std::pair<CCorder_Key, CCqueue_Entry*>> candidates;
+  for (CCqueue_Entry* e : CCqueue_Actual()) {
+    if (!Waits(e) || !Fits(e, local, cpuUsages, jobTypes)) continue;
+    const auto waited = std::chrono::duration_cast<std::chrono::milliseconds>(now - e->since).count();
+    candidates.push_back({{CCjobBase_GetPriority(e->job), e->seq, CCjobBase_GetStage(e->job), waited, running[e->flow]}, e});
+  }
+  return candidates;
+}
+
 // The last server's hold on `name` goes: the resource manager frees what
 // that process held, now that this one holds it.
 void ForgetOwner(SClient& rm, const std::string& host, std::int32_t pid, const std::string& name) {
@@ -121,14 +143,17 @@ CCqueue_Entry* CCjobs_Accept(CCjobBase_Job job) {
 
 CCqueue_Entry* CCjobs_StartNext(const std::string& worker, bool local, std::uint8_t cpuUsages,
                                 std::uint32_t jobTypes) {
+  auto candidates = Candidates(local, cpuUsages, jobTypes);
+  const auto before = [](const auto& a, const auto& b) { return CCorder_Before(a.first, b.first); };
   CCprecond_FailTable failTable = CCprecond_CreateFailTable();
-  CCqueue_Entry* chosen = nullptr;
-  for (CCqueue_Entry* e : CCqueue_Actual()) {
-    if (!Waits(e) || !Fits(e, local, cpuUsages, jobTypes) ||
-        !CCrestrict_Check(CCjobBase_GetRestrictions(e->job), CCqueue_Restrictions()) || !Ready(e, failTable))
-      continue;
-    chosen = e;
-    break;
+  // Mostly the best may start; only when it may not are the others put in order.
+  const auto best = std::min_element(candidates.begin(), candidates.end(), before);
+  CCqueue_Entry* chosen = best != candidates.end() && Startable(best->second, failTable) ? best->second : nullptr;
+  if (chosen == nullptr && best != candidates.end()) {
+    candidates.erase(best);
+    std::sort(candidates.begin(), candidates.end(), before);
+    for (std::size_t i = 0; chosen == nullptr && i < candidates.size(); ++i)
+      if (Startable(candidates[i].second, failTable)) chosen = candidates[i].second;
   }
   CCprecond_DestroyFailTable(failTable);
   if (chosen == nullptr) return nullptr;
@@ -173,6 +198,7 @@ void CCjobs_Requeue(CCqueue_Entry* e) {
     CCqueue_Owned owned = Unlist(e);
     owned->inFailed = false;
     owned->seq = CCqueue_NextSeq();
+    owned->since = {};  // it waits anew
     CCprecond_UseResources(CCjobBase_GetPreconditions(owned->job), false);
     e = CCqueue_Insert(std::move(owned));
     CCjobBase_SetStatus(e->job, CCtypes_Waiting);

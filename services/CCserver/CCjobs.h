@@ -21,7 +21,8 @@
 // progress files named. Nil when a job of that id is known already (the
 // caller's job is not taken then); otherwise the job is the queue's.
 CCqueue_Entry* CCjobs_Accept(CCjobBase_Job job);
-// The next job the worker may run: one that waits, fits `cpuUsages` (and
+// The next job the worker may run, in the order of CCorder (priority, the
+// flow's fair share, the stage with its aging, arrival): one that waits, fits `cpuUsages` (and
 // `jobTypes` when not 0), may run on that worker (`local`: on this host),
 // is within its restrictions and whose preconditions hold (checked at most
 // once a second per job, failures shared within the call). It runs on

@@ -8,6 +8,13 @@ namespace {
 std::vector<CCqueue_Entry*> actual, failed;
 std::map<std::string, CCqueue_Owned> byId;  // owns every entry of both lists
 std::int64_t lastSeq = 0;
+std::map<std::string, std::uint32_t, std::less<>> flows;  // a flow's name -> its number
+
+void NameFlow(CCqueue_Entry* entry) {
+  const std::string_view name = CCjobBase_GetFlow(entry->job);
+  const auto at = flows.find(name);
+  entry->flow = at != flows.end() ? at->second : flows.emplace(name, static_cast<std::uint32_t>(flows.size())).first->second;
+}
 CCrestrict_Table restrictions = CCrestrict_CreateTable();
 
 // Whether `a` is handed out before `b`.
@@ -25,6 +32,9 @@ void Unlist(std::vector<CCqueue_Entry*>& list, CCqueue_Entry* entry) {
 CCqueue_Entry* CCqueue_Insert(CCqueue_Owned owned) {
   CCqueue_Entry* entry = owned.get();
   byId[entry->id] = std::move(owned);
+  NameFlow(entry);
+  if (!entry->inFailed && entry->since == std::chrono::steady_clock::time_point{})
+    entry->since = std::chrono::steady_clock::now();
   if (entry->inFailed) failed.push_back(entry);
   else actual.insert(std::upper_bound(actual.begin(), actual.end(), entry, Before), entry);
   return entry;
@@ -41,6 +51,7 @@ CCqueue_Owned CCqueue_Take(CCqueue_Entry* entry) {
 
 void CCqueue_Reorder(CCqueue_Entry* entry) {
   if (entry->inFailed) return;
+  NameFlow(entry);
   Unlist(actual, entry);
   actual.insert(std::upper_bound(actual.begin(), actual.end(), entry, Before), entry);
 }
@@ -58,6 +69,8 @@ std::int32_t CCqueue_Position(const CCqueue_Entry* entry) {
   const auto at = std::find(list.begin(), list.end(), entry);
   return at == list.end() ? 0 : static_cast<std::int32_t>(at - list.begin() + 1);
 }
+
+std::uint32_t CCqueue_Flows() { return static_cast<std::uint32_t>(flows.size()); }
 
 std::int64_t CCqueue_NextSeq() { return ++lastSeq; }
 void CCqueue_SeenSeq(std::int64_t seq) { lastSeq = std::max(lastSeq, seq); }

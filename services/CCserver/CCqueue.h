@@ -23,6 +23,8 @@ struct CCqueue_Entry {
   bool inFailed = false;
   bool cancelRequested = false;
   std::chrono::steady_clock::time_point checked{};  // last look at its preconditions
+  std::chrono::steady_clock::time_point since{};    // when it came into the actual list
+  std::uint32_t flow = 0;  // its flow's number (CCqueue_Flows), for fair shares
 
   CCqueue_Entry() = default;
   CCqueue_Entry(const CCqueue_Entry&) = delete;
@@ -32,7 +34,8 @@ struct CCqueue_Entry {
 using CCqueue_Owned = std::unique_ptr<CCqueue_Entry>;
 
 // --- Lists ----------------------------------------------------------------------------
-// Enters a job into the actual list at its place, or at the end of the failed list.
+// Enters a job into the actual list at its place, or at the end of the failed
+// list; a job new to the actual list waits from now on.
 CCqueue_Entry* CCqueue_Insert(CCqueue_Owned entry);
 // Takes a job out of its list; the caller owns it then.
 CCqueue_Owned CCqueue_Take(CCqueue_Entry* entry);
@@ -42,6 +45,8 @@ void CCqueue_Reorder(CCqueue_Entry* entry);
 CCqueue_Entry* CCqueue_Find(const std::string& id);
 const std::vector<CCqueue_Entry*>& CCqueue_Actual();
 const std::vector<CCqueue_Entry*>& CCqueue_Failed();
+// How many flows the jobs have named so far; a job's `flow` is below it.
+std::uint32_t CCqueue_Flows();
 // Counted from 1 in its list.
 std::int32_t CCqueue_Position(const CCqueue_Entry* entry);
 

@@ -7,12 +7,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 
 #include "services/TVWatchD/TVWDclock.h"
 #include "services/TVWatchD/TVWDfoldersRec.h"
+#include "services/TVWatchD/TVWDstages.h"
 #include "watch/TVWhandled.h"
+#include "workflow/WFmodule.h"
 #include "workflow/WFtvwCfg.h"
 
 using namespace TVWDfoldersRec;
@@ -37,6 +40,8 @@ constexpr std::int64_t kUnwatchedScanMs = 2000;  // a folder inotify can't watch
 constexpr std::int64_t kRootLookMs = 1000;       // a folder that isn't there is looked for
 constexpr int kMaxDepth = 32;
 constexpr std::size_t kHandsPerTick = 200;  // so that a flood of files leaves the demon answering
+constexpr std::size_t kLeastShare = 16;     // a folder's files per tick however many folders are busy
+constexpr WFmodule_Kind kFilingKinds[] = {7, 8};  // sort, distribute
 
 int inotifyFd = -1;
 TVWcfg_List config = nullptr;
@@ -74,10 +79,22 @@ void LoadHandled(Dir& dir) {
   StrVector_Destroy(names);
 }
 
+// Whether `dir` is a folder of a kind whose step files what it is given into
+// directories below it (sort, distribute): what lies there has arrived.
+bool FilesBelow(const std::string& dir) {
+  for (const WFmodule_Kind kind : kFilingKinds) {
+    NameStr rc;
+    WFmodule_GetRcFileName(kind, rc);
+    if (::access((dir + "/" + StrIn(rc).Str()).c_str(), F_OK) == 0) return true;
+  }
+  return false;
+}
+
 // Whether a sub-directory `name` of a folder of entry `e` belongs to it: not
-// omitted, and no folder with an entry of its own.
+// omitted, not filed into, and no folder with an entry of its own.
 bool Descends(const Entry& e, const std::string& child, const std::string& name, int depth) {
   if (!e.cfg->subdirs || depth > kMaxDepth || WFtvwCfg_MyOmitDir(e.cfg->omit, name)) return false;
+  if (FilesBelow(child.substr(0, child.size() - name.size() - 1))) return false;
   const auto owner = rootKeys.find(TVWDfolders_Key(child));
   return owner == rootKeys.end() || entries[owner->second].cfg == e.cfg;
 }
@@ -261,6 +278,7 @@ void TVWDfolders_Configure(TVWcfg_List list) {
   for (TVWcfg_Entry* e = list; e != nullptr; e = e->next) next.push_back({e, e->folder, false, 0});
   entries = std::move(next);
   rootKeys.clear();
+  TVWDstages_Forget();
   for (std::size_t i = 0; i < entries.size(); ++i) rootKeys.try_emplace(TVWDfolders_Key(entries[i].root), i);
   // Each folder of an entry of its own first (the first entry of a directory
   // wins), then the trees below them.
@@ -318,8 +336,13 @@ void TVWDfolders_Tick() {
   for (const std::string& key : due)
     if (dirs.count(key) != 0) Scan(dirs.at(key), now);
   now = TVWDclock_Now();
-  std::size_t budget = kHandsPerTick;
+  // Each folder with files gets its share, so that a flood into one folder
+  // holds no file of another.
+  std::size_t busy = 0;
+  for (const auto& [key, dir] : dirs) busy += dir.settling > 0;
+  const std::size_t share = std::max(kHandsPerTick / std::max<std::size_t>(busy, 1), kLeastShare);
   for (auto& [key, dir] : dirs) {
+    std::size_t budget = share;
     if (dir.settling > 0) PickUp(dir, now, budget);
     if (dir.handledDirty) SyncHandled(dir);
   }

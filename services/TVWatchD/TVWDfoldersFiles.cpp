@@ -13,12 +13,20 @@
 #include "services/TVWatchD/TVWDjobs.h"
 #include "watch/TVWhandled.h"
 #include "watch/TVWrequest.h"
+#include "workflow/WFmodule.h"
 
 using namespace TVWDfoldersRec;
 
 namespace {
 
 constexpr std::size_t kMaxGroup = 32;  // files of one job in the all-files mode
+// Files of one job of a module command when the entry sets no number: a
+// flood costs a program start per batch instead of per file, and a batch
+// stays short enough that the files behind it are not held up.
+constexpr std::size_t kDefaultBatch = 16;
+// Ready files are spread over at least so many jobs, so that a few files
+// still keep the worker's slots busy side by side.
+constexpr std::size_t kSpread = 4;
 constexpr std::uint8_t kAllFilesMode = 7, kAtOnceMode = 8;
 
 bool Identify(const std::string& path, TVWDfolders_Identity& identity, File* file) {
@@ -84,12 +92,33 @@ bool Active(const TVWcfg_Entry& cfg) {
          a.weekdays[weekday];
 }
 
-// Hands `names` to jobs, as many a job as the entry's mode says.
+// Whether the entry runs a module command of a kind that takes several files
+// in one run (all of them but those that make two jobs of a file).
+bool TakesSeveral(const TVWcfg_Entry& cfg) {
+  const std::string command = StrIn(cfg.cmd).Str(), word = command.substr(0, command.find(' '));
+  for (WFmodule_Kind kind = 1; kind <= kWFmoduleMaxKind; ++kind) {
+    NameStr name;
+    WFmodule_GetCmdName(kind, name);
+    const std::string text = StrIn(name).Str();
+    if (!text.empty() && text.substr(0, text.find(' ')) == word) return !WFmodule_TwoJobs(kind);
+  }
+  return false;
+}
+
+// How many of `ready` files one job takes: the entry's number where its mode
+// sets one; for a module command a batch, but a file that is ready alone
+// goes alone; else one.
+std::size_t Group(const TVWcfg_Entry& cfg, std::size_t ready) {
+  if (cfg.mode == kAtOnceMode) return static_cast<std::size_t>(std::max(cfg.atOnce, 1));
+  if (cfg.mode == kAllFilesMode) return kMaxGroup;
+  if (cfg.mode != 0 || !TakesSeveral(cfg)) return 1;
+  return std::clamp<std::size_t>(ready / kSpread, 1, kDefaultBatch);
+}
+
+// Hands `names` to jobs, as many a job as Group says.
 void Hand(Dir& dir, const std::vector<std::string>& names) {
   const TVWcfg_Entry& cfg = *entries[dir.entry].cfg;
-  const std::size_t group = cfg.mode == kAtOnceMode  ? static_cast<std::size_t>(std::max(cfg.atOnce, 1))
-                            : cfg.mode == kAllFilesMode ? kMaxGroup
-                                                        : 1;
+  const std::size_t group = Group(cfg, names.size());
   for (std::size_t from = 0; from < names.size(); from += group) {
     std::vector<TVWDfolders_HandedFile> files;
     for (std::size_t i = from; i < std::min(names.size(), from + group); ++i)

@@ -16,6 +16,7 @@
 #include "jobqueue/CCtypes.h"
 #include "services/TVWatchD/TVWDclock.h"
 #include "services/TVWatchD/TVWDlog.h"
+#include "services/TVWatchD/TVWDstages.h"
 #include "watch/TVWbase.h"
 #include "watch/TVWlog.h"
 #include "workflow/BEwfBase.h"
@@ -282,6 +283,11 @@ std::string TVWDjobs_Hand(const TVWcfg_Entry& entry, const std::string& dirPath,
   Strings_Assign(entry.precondScript, r.script);
   CCjobBase_Job job = BEwfBase_CreateJob(r, names, entry.highCpu);
   StrVector_Destroy(names);
+  std::string flow;
+  std::uint32_t stage = 0;
+  TVWDstages_Of(dirPath, flow, stage);
+  CCjobBase_SetFlow(job, flow);
+  CCjobBase_SetStage(job, stage);
   NameStr id;
   CCjobBase_GenerateId(id);
   CCjobBase_SetId(job, id);

@@ -247,3 +247,61 @@ TEST(Flow, NoFileIsLostOrDoubledWhenTheWorkerAndTheDemonAreKilled) {
   });
   EXPECT_EQ(found, Expected(names)) << "seed " << seed;
 }
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kSanitized = true;  // every step is a slow sanitised program here
+#else
+constexpr bool kSanitized = false;
+#endif
+
+// The seed of a test's random moments: FLOATDECK_FLOW_SEED, else a new one;
+// told, so that a failure can be run again.
+unsigned Seed() {
+  const char* given = std::getenv("FLOATDECK_FLOW_SEED");
+  const unsigned seed = given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device{}();
+  std::cout << "FLOATDECK_FLOW_SEED=" << seed << std::endl;
+  return seed;
+}
+
+}  // namespace
+
+TEST(Flow, FilesTheSortFoldersFiledAreLeftAlone) {
+  const Sample wf("filed");
+  const std::vector<std::string> names = Samples(12);
+  EXPECT_EQ(Pass(wf, names, [] {}), Expected(names));
+  // The demon watched no directory a sort folder files into: no job ran for
+  // a filed file, so none was listed as handled there.
+  for (const std::string& sort : {wf.passed, wf.rejected})
+    for (const auto& e : fs::recursive_directory_iterator(sort))
+      EXPECT_NE(e.path().filename(), ".readyFiles") << e.path();
+}
+
+TEST(Flow, NoFileIsLostOrDoubledWhenTheServicesAreKilledDuringBatches) {
+  const Sample wf("batches");
+  const std::vector<std::string> names = Samples(kSanitized ? 200 : 600);
+  const unsigned seed = Seed();
+  std::mt19937 random(seed);
+  // Files dropped at once go to the steps in batches; the worker, the demon
+  // and the queue server are each killed twice while they run, and started again.
+  const Places found = Pass(wf, names, [&] {
+    for (int kill = 0; kill < 6; ++kill) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(std::uniform_int_distribution<int>(200, 2000)(random)));
+      switch (kill % 3) {
+        case 0:
+          site->StopServer(SIGKILL);
+          ASSERT_TRUE(site->StartServer());
+          break;
+        case 1:
+          site->StopWorker(SIGKILL);
+          ASSERT_TRUE(site->StartWorker(4));
+          break;
+        default:
+          site->StopDemon(SIGKILL);
+          ASSERT_TRUE(site->StartDemon());
+      }
+    }
+  });
+  EXPECT_EQ(found, Expected(names)) << "seed " << seed;
+}

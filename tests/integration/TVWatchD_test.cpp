@@ -43,12 +43,14 @@ int server = -1, worker = -1;
 std::string Site(const std::string& relative) { return site->Path() + "/" + relative; }
 std::string Projects(const std::string& relative) { return Site("projects/" + relative); }
 
-// The folders' command: logs each file it gets, then fails on "fail" names
+// The folders' command: logs how many files it got (runs.log) and each file
+// (jobs.log), then fails on "fail" names
 // (the file stays), waits for the file "release" on "hold" names, and moves
 // every other file to "done".
 constexpr char kCommand[] =
     "#!/bin/sh\n"
     "shift\n"
+    "printf '%s\\n' \"$#\" >> \"$SITE/runs.log\"\n"
     "for f; do\n"
     "  printf '%s\\n' \"$f\" >> \"$SITE/jobs.log\"\n"
     "  case \"$f\" in\n"
@@ -259,6 +261,39 @@ TEST(TVWatchD, TakesAFileOnceItIsCompleteOrDeclaredReady) {
     fs::remove(start + "/waiting.tif");
   }
   for (const char* name : {"slow.tif", "listed.tif", "informed.tif"}) EXPECT_EQ(Runs(name), 1) << name;
+}
+
+TEST(TVWatchD, HandsFilesThatWaitTogetherInBatchesAndALoneFileAtOnce) {
+  Install(kSample);
+  const std::string start = Projects("workflow/sample");
+  Demon demon;
+  fs::remove(Site("runs.log"));
+  // Twenty files wait in the stopped folder; started, it hands them in batches.
+  PutFile(start + "/" + TVWcfg_omitMark, "");
+  std::vector<std::string> names;
+  for (int i = 0; i < 20; ++i) names.push_back("batch" + std::to_string(i) + ".tif");
+  for (const std::string& name : names) Drop(start, name);
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  fs::remove(start + "/" + TVWcfg_omitMark);
+  ASSERT_TRUE(Await([&] { return AllDone(names); }));
+  std::vector<int> runs;
+  {
+    std::ifstream log(Site("runs.log"));
+    for (int n = 0; log >> n;) runs.push_back(n);
+  }
+  int files = 0;
+  for (int n : runs) files += n;
+  EXPECT_EQ(files, 20);
+  EXPECT_GT(runs.size(), 1U) << "the worker's slots share the files";
+  EXPECT_LT(runs.size(), 20U) << "no batch was made";
+  for (const std::string& name : names) EXPECT_EQ(Runs(name), 1) << name;
+  // A file that comes alone goes alone, without waiting for company.
+  Drop(start, "alone.tif");
+  ASSERT_TRUE(Await([] { return Done("alone.tif"); }));
+  std::ifstream log(Site("runs.log"));
+  std::string last;
+  for (std::string line; std::getline(log, line);) last = line;
+  EXPECT_EQ(last, "1");
 }
 
 TEST(TVWatchD, TellsTheStatusOfEachFile) {

@@ -96,6 +96,8 @@ TEST(CCjobBase, EveryJobWrittenIsReadBackTheSame) {
   CCjob_AddExecutionLimit(rip, 3, "rips");
   CCjob_AddCleanupShellCmd(rip, 1U << CCtypes_Failed, "echo failed >> /log");
   CCjob_AddCleanupRemoveCmd(rip, 1U << CCtypes_Done, "/tmp/x y");
+  CCjobBase_SetFlow(rip, "flow one");
+  CCjobBase_SetStage(rip, 3);
   Job script(CCjobBase_Create(CCjobBase_ScriptJob));
   CCjobBase_SetScriptFilename(script, "/bin/step one.sh");
   CCjobBase_SetWorkDir(script, "/work");
@@ -109,6 +111,9 @@ TEST(CCjobBase, EveryJobWrittenIsReadBackTheSame) {
     Job copy(CCjobBase_Copy(back));
     EXPECT_EQ(CCjobBase_JobToString(copy), text);
   }
+  Job back(CCjobBase_CreateFromString(CCjobBase_JobToString(rip)));
+  EXPECT_EQ(CCjobBase_GetFlow(back), "flow one");
+  EXPECT_EQ(CCjobBase_GetStage(back), 3U);
   // A value ending in a backslash is written with the backslash doubled.
   EXPECT_NE(CCjobBase_JobToString(rip).find("DST_PATH=/out/dir\\\\ "), std::string::npos);
   // The script job names its file as source too, and its working directory as destination.

@@ -31,6 +31,9 @@ class FlowSite {
   void StopServer(int signal = 15) { Stop(server_, signal); }
   void StopDemon(int signal = 15) { Stop(demon_, signal); }
 
+  // The demon's process id (-1 when not running), for benchmarks that weigh it.
+  int DemonPid() const { return demon_; }
+
   // Runs `argv` (a program of the build tree, or a script through bash) to
   // its end; its status, and its standard error in `err`.
   int Run(const std::vector<std::string>& argv, std::string& err) const;

@@ -160,3 +160,10 @@ void StopRMserver(int& pid) { StopService(pid); }
 std::vector<int> SiteProcessIds(const std::string& dat) { return SiteProcesses(dat); }
 
 bool LoopbackPortAccepts(int port) { return Accepts(static_cast<std::uint16_t>(port)); }
+
+double ProcessResidentMegabytes(int pid) {
+  std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+  for (std::string line; std::getline(status, line);)
+    if (line.rfind("VmRSS:", 0) == 0) return std::stod(line.substr(6)) / 1024;
+  return -1;
+}

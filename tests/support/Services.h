@@ -28,6 +28,8 @@ int ConnectFrom(const std::string& from, int port);
 int StartService(const std::string& program, const std::string& portVariable,
                  const std::vector<std::string>& args = {},
                  const std::vector<std::pair<std::string, std::string>>& env = {});
+// The resident memory of process `pid` in megabytes; -1 when unknown.
+double ProcessResidentMegabytes(int pid);
 // Ends it with `signal` and waits for it; -1 is ignored and the id becomes -1.
 void StopService(int& pid, int signal = 15);
 
