@@ -188,11 +188,13 @@ std::string WFshow_CellText(WFshow_View view, const WFshow_Cell& cell) {
 
 void WFshow_AttachInput(WFshow_View view) {
   views.push_back(view);
+  // Overridden, not appended: a widget that served an earlier view would
+  // otherwise take each event twice.
   WTranslt_Table& table = CWCore_OwnTranslations(view->draw);
-  WTranslt_EnterTranslation(table, "<Motion>", AMotion);
-  WTranslt_EnterTranslation(table, "<Leave>", ALeave);
-  WTranslt_EnterTranslation(table, "<Btn1Down>", APress);
-  WTranslt_EnterTranslation(table, "<Btn1Up>", ARelease);
+  WTranslt_OverrideTranslation(table, "<Motion>", AMotion);
+  WTranslt_OverrideTranslation(table, "<Leave>", ALeave);
+  WTranslt_OverrideTranslation(table, "<Btn1Down>", APress);
+  WTranslt_OverrideTranslation(table, "<Btn1Up>", ARelease);
   if (view->draw->realized) WtEvents_BuildEventMask(view->draw);
   // The drawing widget plays the graph's commands: the same widget, of a
   // class whose DoCommand is the graph's.
