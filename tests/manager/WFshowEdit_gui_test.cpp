@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -27,7 +26,6 @@
 #include "toolkit/CWShell.h"
 #include "toolkit/I.h"
 #include "toolkit/IReplay.h"
-#include "toolkit/WtEvents.h"
 #include "toolkit/WtGuiLog.h"
 #include "workflow/WFplaces.h"
 #include "workflow/WFtest.h"
@@ -237,19 +235,6 @@ TEST_F(EditMode, ThePanelTheTrashCanTheMarksAndThePlaces) {
   EXPECT_EQ(Trash(), none);
 }
 
-// Rounds of the program's loop, with the replay, until `done` (false
-// after 30 s).
-bool Loop(const std::function<bool()>& done) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    W_Flush();
-    if (WtEvents_Pending() || IReplay_Running() || I_TimeTillNextTask() == 0) I_SingleEventLoopIteration();
-    else W_WaitForEvents(20);
-  }
-  return true;
-}
-
 std::int32_t Count(WFfolder folder) {
   std::int32_t count = -1;
   WFfolder_GetIntOpt(folder, "COUNT", count);
@@ -321,7 +306,7 @@ TEST_F(EditParams, AClickOpensTheParametersAndEightStepsCanBeTakenBack) {
     Answer(OkWithCount(10 + i));
     if (i == 2) Press(rename_, 20, 0);
     else user_.ClickAt(draw_, Middle(rename_).first, Middle(rename_).second);
-    ASSERT_TRUE(Loop([&] { return !IReplay_Running() && Count(rename_) == 10 + i; })) << i;
+    ASSERT_TRUE(RunLoop([&] { return !IReplay_Running() && Count(rename_) == 10 + i; })) << i;
     EXPECT_EQ(WFshow_UndoCount(view_), std::min<std::size_t>(i, 8)) << i;
   }
   // The dialog the click opened: the test module's, titled by its kind.
@@ -339,7 +324,7 @@ TEST_F(EditParams, AClickOpensTheParametersAndEightStepsCanBeTakenBack) {
   testing::internal::CaptureStderr();
   Answer("AOBJ FEtest_Params 1 0\n", 1500);
   Press(rename_, 31, 0);
-  ASSERT_TRUE(Loop([] { return !IReplay_Running(); }));
+  ASSERT_TRUE(RunLoop([] { return !IReplay_Running(); }));
   testing::internal::GetCapturedStderr();
   EXPECT_EQ(Logged("EDIT_PARAMS"), 9u);
 
@@ -362,7 +347,7 @@ TEST_F(EditParams, AClickOpensTheParametersAndEightStepsCanBeTakenBack) {
   const std::size_t at = text.rfind("COMMAND IGraph_View 999 EDIT_PARAMS");
   ASSERT_NE(at, std::string::npos);
   Answer(text.substr(at, text.find('\n', at) + 1 - at) + OkWithCount(77));
-  ASSERT_TRUE(Loop([&] { return !IReplay_Running(); }));
+  ASSERT_TRUE(RunLoop([&] { return !IReplay_Running(); }));
   EXPECT_EQ(Count(rename_), 77);
   EXPECT_EQ(WFshow_UndoCount(view_), 8u);
 
