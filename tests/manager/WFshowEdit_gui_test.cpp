@@ -38,6 +38,14 @@ namespace fs = std::filesystem;
 
 constexpr WFfolder_FolderKind kRename = 29, kDuplicate = 31, kSort = 44;
 
+// The undo button, and whether a parameter dialog ever found it on.
+Widget undoButton = nullptr;
+bool undoOnUnderDialog = false;
+void FrontEndSeeingUndo(StrIn workflow, StrIn folder, SAutoRcF rc, SwitchBd board, bool& modified) {
+  undoOnUnderDialog = undoOnUnderDialog || (undoButton != nullptr && undoButton->sensitive);
+  FEtest_FrontEndWF(workflow, folder, rc, board, modified);
+}
+
 void Init() {
   ::setenv("MARLENV", (FLOATDECK_BINARY_DIR "/tests/env:" + std::string(getenv("MARLENV"))).c_str(), 1);
   ::setenv("ICONS", FLOATDECK_BINARY_DIR "/icons", 1);
@@ -60,7 +68,7 @@ void Init() {
   for (WFmodule_Kind kind = 2; kind <= kWFmoduleMaxKind; ++kind) WFmodule_RegisterFrontend(kind, nullptr, nullptr, nullptr);
   // The rename folder's parameters are those of the test module.
   I_UseContextCat("FETESTdlg");
-  WFmodule_RegisterFrontend(WFfolder_FolderToModuleKind(kRename), FEtest_SetDefaultParams, FEtest_FrontEndWF,
+  WFmodule_RegisterFrontend(WFfolder_FolderToModuleKind(kRename), FEtest_SetDefaultParams, FrontEndSeeingUndo,
                             WFmodule_NoReferencedFiles);
 }
 TempDir*& site = UsePrivateSiteForTests(Init);
@@ -250,10 +258,12 @@ class EditParams : public EditMode {
     WFshow_Show(view_, workflow_);
     WFshow_SetMode(view_, WFshow_kEditMode);
     Settle();
+    undoButton = I_AccessWidget(c_, 11);
     log_ = site->Path() + "/gui.log";
     ASSERT_TRUE(WtGuiLog_Open(log_));
   }
   void TearDown() override {
+    undoButton = nullptr;
     WtGuiLog_Open("");
     IReplay_Stop();
     EditMode::TearDown();
@@ -314,6 +324,7 @@ TEST_F(EditParams, AClickOpensTheParametersAndEightStepsCanBeTakenBack) {
   I_GetReprAttr(FEwfGenr_Dialog(FEtest_data->head.frame), -1, SIdPool_EnterId("title"), title, sizeof title);
   EXPECT_NE(std::string(title).find(" - edit"), std::string::npos) << title;
   EXPECT_EQ(Logged("EDIT_PARAMS"), 9u);
+  EXPECT_FALSE(undoOnUnderDialog) << "undo is off while a parameter dialog is open";
   NameStr kind;
   WFfolder_GetName(rename_, kind);
   EXPECT_NE(UndoLabel().find(StrIn(kind).Str()), std::string::npos) << UndoLabel();
