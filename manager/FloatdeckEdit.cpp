@@ -332,6 +332,18 @@ bool Floatdeck_EditCommand(std::int32_t command) {
   return true;
 }
 
+void Floatdeck_UndoCB(I_Context, std::int32_t, std::int32_t, std::uintptr_t) {
+  Floatdeck_Data& d = D();
+  WFbase previous = WFshow_Undo(d.view);
+  if (previous == nullptr) return;
+  // The view lets go of the present workflow before it goes.
+  WFshow_Show(d.view, previous);
+  WFbase_DestroyWorkflow(d.current);
+  d.current = previous;
+  // What is shown differs from what was there before the undo.
+  WFbase_SetModified(d.current, true);
+}
+
 void Floatdeck_NewDialogCB(I_Context dialog, std::int32_t, std::int32_t value, std::uintptr_t) {
   if (value != 1) return I_Deactivate(dialog);
   TextStr text;

@@ -109,6 +109,7 @@ bool Floatdeck_Init(StrIn wfName) {
   I_SetAsMainApplicationContext(d.main);
   // Undo comes with editing.
   I_Disable(d.main, WFshow_mainElements.undoButton);
+  I_SetINTEGERcallback(d.main, WFshow_mainElements.undoButton, Floatdeck_UndoCB, 0);
   Floatdeck_SetMode(0);
   d.inlet = SwitchBd_NotifyMe(WFbase_switchboard, Floatdeck_SwitchboardCB);
   return true;

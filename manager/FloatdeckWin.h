@@ -191,6 +191,9 @@ int Floatdeck_SaveConfirm();
 bool Floatdeck_RemoveCurrentWorkflow();
 // The commands of the edit side (menu values); false when not one of them.
 bool Floatdeck_EditCommand(std::int32_t command);
+// The undo button (edit mode): the workflow as it was before the graph's
+// newest step is shown and edited from now on.
+void Floatdeck_UndoCB(I_Context context, std::int32_t number, std::int32_t value, std::uintptr_t data);
 // The new dialog's buttons (new workflow or copy).
 void Floatdeck_NewDialogCB(I_Context context, std::int32_t number, std::int32_t value, std::uintptr_t data);
 

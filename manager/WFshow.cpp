@@ -40,14 +40,6 @@ void MarkProc(void* view, WFfolder folder, WFfolder other) {
   WFshow_MarkFolders(static_cast<WFshow_View>(view), folder, other);
 }
 
-// The undo button is off without steps to take back.
-void ClearUndoStack(WFshow_View view) {
-  for (WFshow_UndoEntry& entry : view->undo) WFbase_DestroyWorkflow(entry.workflow);
-  view->undo.clear();
-  I_SetSensitive(view->context, view->elements.undoButton, false);
-  I_PutSTRING(view->context, view->elements.undoLabel, "");
-}
-
 }  // namespace
 
 WFshow_View WFshow_Nil() { return nullptr; }
@@ -67,7 +59,7 @@ WFshow_View WFshow_CreateAndAttach(I_Context context, const WFshow_Elements& ele
   I_SetINTEGERcallback(context, elements.vValue, WFshow_ScrollCB, data);
   WFshow_AttachInput(view);
   WFshow_ConfigureHandler(w, data);
-  ClearUndoStack(view);
+  WFshow_ClearUndoStack(view);
   WFtest_RegisterMarkProc(MarkProc);
   return view;
 }
@@ -88,12 +80,16 @@ void WFshow_Destroy(WFshow_View& view) {
 
 void WFshow_Show(WFshow_View view, WFbase workflow) {
   if (view == nullptr) return;
+  NameStr name, shown;
+  WFbase_GetName(workflow, name);
+  WFbase_GetName(view->workflow, shown);
+  // Another state of the workflow shown (an undo) keeps the places given
+  // meanwhile.
+  const bool same = workflow != nullptr && view->workflow != nullptr && Strings_Equal(name, shown);
   view->workflow = workflow;
-  WFplaces_Close(view->places);
-  if (workflow != nullptr) {
-    NameStr name;
-    WFbase_GetName(workflow, name);
-    view->places = WFplaces_Open(name);
+  if (!same) {
+    WFplaces_Close(view->places);
+    if (workflow != nullptr) view->places = WFplaces_Open(name);
   }
   MyShow(view);
 }
@@ -102,7 +98,7 @@ void WFshow_SetMode(WFshow_View view, std::uint8_t mode) {
   if (view == nullptr || mode == view->mode) return;
   view->mode = mode;
   view->inputState = WFshow_idle;
-  ClearUndoStack(view);
+  WFshow_ClearUndoStack(view);
   // Marks point at a fault of the last check: a new mode starts without.
   for (const auto& cell : view->cells) cell->marked = false;
   // The panel grows by about a row in edit mode: the picture stays where
@@ -113,6 +109,8 @@ void WFshow_SetMode(WFshow_View view, std::uint8_t mode) {
   WFshow_NewTipFolder(view, nullptr);
   WFshow_RedrawAll(view);
 }
+
+void WFshow_Relayout(WFshow_View view) { MyShow(view); }
 
 void WFshow_MarkFolders(WFshow_View view, WFfolder a, WFfolder b) {
   if (view == nullptr || view->mode != WFshow_kEditMode) return;

@@ -19,6 +19,7 @@
 // grid stays empty), 90 internal: a placed folder without a cell.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "base/Strings.h"
@@ -86,8 +87,9 @@ void WFshow_Destroy(WFshow_View& view);
 
 // --- Use ----------------------------------------------------------------------------------------
 
-// Shows `workflow` (nil: nothing) anew: layout, places from ".wfplaces",
-// scroll bars, status, and a full redraw. A workflow that doesn't fit the
+// Shows `workflow` (nil: nothing) anew: layout, places from ".wfplaces"
+// (kept as they are when the workflow shown has the same name, as after an
+// undo), scroll bars, status, and a full redraw. A workflow that doesn't fit the
 // grid shows message 2 and nothing. The view keeps the pointer, not the
 // workflow: show nil before the workflow is destroyed.
 void WFshow_Show(WFshow_View view, WFbase workflow);
@@ -107,7 +109,8 @@ void WFshow_UpdateStatus(WFshow_View view, bool& changed);
 // cell written `<column> <row> "<kind name>" <number>` (the number of its
 // "flow_" directory, 0 without one) and found again by kind and number,
 // else by column and row. Anything else ends the replay (IReplay_ParseError,
-// messages 60 to 62).
+// messages 60 to 62). "EDIT_PARAMS <cell>" opens the folder's parameter
+// dialog (edit mode).
 void WFshow_CommandHandler(StrIn text, WFshow_View view);
 
 // --- Edit mode -------------------------------------------------------------------------------
@@ -134,6 +137,17 @@ void WFshow_MarkFolders(WFshow_View view, WFfolder a, WFfolder b);
 // with them anew).
 void WFshow_SavePlaces(WFshow_View view);
 void WFshow_ResetPlaces(WFshow_View view);
+// A click on a folder's icon (press and release of button 1 with less
+// than 30 pixels of motion across, 23 up or down) opens its parameter
+// dialog, unless one is open or the kind is greyed out; a step whose
+// dialog was left with OK and a change can be taken back. Up to eight
+// steps are kept, the newest first; a mode change drops them all.
+// Takes back the newest step: the workflow as it was before it, which the
+// caller shows and owns from now on (destroying the one shown). Nil in
+// status mode, without steps, or while a parameter dialog is open.
+WFbase WFshow_Undo(WFshow_View view);
+// The number of steps that can be taken back.
+std::size_t WFshow_UndoCount(WFshow_View view);
 
 // --- Query ---------------------------------------------------------------------------------------
 

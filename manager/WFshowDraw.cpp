@@ -136,7 +136,8 @@ void DrawIconArea(WFshow_View view, const WFshow_Cell& cell, int x, int y, bool 
 void DrawCell(WFshow_View view, const WFshow_Cell& cell, bool frameOnly) {
   int x, y;
   WFshow_GetPos(view, cell.column, cell.row, x, y);
-  const bool pressed = view->inputState == WFshow_open && view->tipFolder == cell.folder;
+  const bool pressed = (view->inputState == WFshow_open && view->tipFolder == cell.folder) ||
+                       (cell.folder != nullptr && (cell.folder == view->pressed || cell.folder == view->editFolder));
   DrawFrame(view, x, y, WFshow_FrameColor(view, cell), pressed);
   if (!frameOnly) DrawIconArea(view, cell, x + kInner, y + kInner, pressed);
 }

@@ -8,6 +8,10 @@
 //                                      content window shown
 //   open --release elsewhere--> idle, the icon drawn raised again
 //
+// In edit mode a click on a folder's icon opens its parameters
+// (WFshow_EditParams, logged as "EDIT_PARAMS"); the press is decided on
+// the spot, reading the release or the motion directly.
+//
 // The view binds its own translations on the drawing widget, so the widget
 // takes no keyboard focus; a view is found again by its widget. The widget
 // plays the logged commands back (WFshow_CommandHandler): for that it
@@ -66,28 +70,47 @@ void ALeave(Widget w, W_Event&) {
 
 // --- Opening a folder ---------------------------------------------------------------------------
 
-// A cell as the log writes it: column, row, the folder's kind name in
-// quotes and the number of its "flow_" directory (0 without one).
-std::string CellText(WFshow_View view, const WFshow_Cell& cell) {
-  NameStr kind, name;
-  PathStr path;
-  WFfolder_GetName(cell.folder, kind);
-  WFfolder_GetPath(cell.folder, path);
-  WFbase_GetName(view->workflow, name);
-  std::uint32_t number = 0;
-  WFbase_SplitFolderPath(name, path, number);
-  return std::to_string(cell.column) + " " + std::to_string(cell.row) + " " + WtGuiLog_Quote(kind) + " " +
-         std::to_string(number);
+void OpenCell(WFshow_View view, const WFshow_Cell& cell) {
+  WtGuiLog_Command(view->draw, "SHOW_CONTENT " + WFshow_CellText(view, cell));
+  WFstatus_ShowFolderContent(cell.folder);
 }
 
-void OpenCell(WFshow_View view, const WFshow_Cell& cell) {
-  WtGuiLog_Command(view->draw, "SHOW_CONTENT " + CellText(view, cell));
-  WFstatus_ShowFolderContent(cell.folder);
+// --- Editing a folder -------------------------------------------------------------------------
+
+// Motion up to here from the press is still a click.
+constexpr int kClickSlackX = 30, kClickSlackY = 23;
+
+// Edit mode: a press on the icon of a folder whose kind is editable, while
+// no parameter dialog is open. The icon stands pressed while the events
+// that decide are read at once (the rest of the queue waits): a release is
+// a click and opens the folder's parameters; motion beyond the slack is a
+// drag, which leaves the folder where it is.
+void EditPress(WFshow_View view, const W_Event& press) {
+  if (view->editFolder != nullptr) return;
+  WFshow_Cell* cell = IconAt(view, press.input.x, press.input.y);
+  if (cell == nullptr || WFfolder_InvisibleEnd(cell->folder) || !WFshow_Editable(WFfolder_Kind(cell->folder))) return;
+  view->pressed = cell->folder;
+  WFshow_RedrawCell(view, *cell, false);
+  bool click = false;
+  W_Event event;
+  while (W_MaskEvent(W_ButtonReleaseMask | W_PointerMotionMask, event)) {
+    if (event.kind == W_ButtonRelease && event.input.button == 0) {
+      click = true;
+      break;
+    }
+    if (event.kind == W_MotionNotify && (std::abs(event.input.x - press.input.x) > kClickSlackX ||
+                                         std::abs(event.input.y - press.input.y) > kClickSlackY))
+      break;
+  }
+  view->pressed = nullptr;
+  WFshow_RedrawCell(view, *cell, false);
+  if (click) WFshow_EditParams(view, *cell);
 }
 
 void APress(Widget w, W_Event& event) {
   WFshow_View view = ViewOf(w);
-  if (view == nullptr || view->mode != WFshow_kStatusMode || view->inputState != WFshow_idle) return;
+  if (view == nullptr || view->inputState != WFshow_idle) return;
+  if (view->mode == WFshow_kEditMode) return EditPress(view, event);
   const WFshow_Cell* cell = IconAt(view, event.input.x, event.input.y);
   if (cell == nullptr || WFfolder_InvisibleEnd(cell->folder)) return;
   WFshow_NewTipFolder(view, cell->folder);
@@ -131,7 +154,7 @@ WFshow_Cell* FindCell(WFshow_View view, const std::vector<std::string>& words, s
   std::vector<WFshow_Cell*> byKind;
   for (const auto& cell : view->cells) {
     if (cell->column == column && cell->row == row) byPlace = cell.get();
-    std::string text = CellText(view, *cell);
+    std::string text = WFshow_CellText(view, *cell);
     std::vector<std::string> own;
     if (WtGuiLog_SplitWords(text, own) && own[2] == words[at + 2] && own[3] == words[at + 3])
       byKind.push_back(cell.get());
@@ -150,13 +173,28 @@ void MyInitClass(Classes_ClassPtr c, void*) { static_cast<CWCore_ClassRec*>(c)->
 
 }  // namespace
 
+// The number is that of the folder's "flow_" directory, 0 without one.
+std::string WFshow_CellText(WFshow_View view, const WFshow_Cell& cell) {
+  NameStr kind, name;
+  PathStr path;
+  WFfolder_GetName(cell.folder, kind);
+  WFfolder_GetPath(cell.folder, path);
+  WFbase_GetName(view->workflow, name);
+  std::uint32_t number = 0;
+  WFbase_SplitFolderPath(name, path, number);
+  return std::to_string(cell.column) + " " + std::to_string(cell.row) + " " + WtGuiLog_Quote(kind) + " " +
+         std::to_string(number);
+}
+
 void WFshow_AttachInput(WFshow_View view) {
   views.push_back(view);
+  // Overridden, not appended: a widget that served an earlier view would
+  // otherwise take each event twice.
   WTranslt_Table& table = CWCore_OwnTranslations(view->draw);
-  WTranslt_EnterTranslation(table, "<Motion>", AMotion);
-  WTranslt_EnterTranslation(table, "<Leave>", ALeave);
-  WTranslt_EnterTranslation(table, "<Btn1Down>", APress);
-  WTranslt_EnterTranslation(table, "<Btn1Up>", ARelease);
+  WTranslt_OverrideTranslation(table, "<Motion>", AMotion);
+  WTranslt_OverrideTranslation(table, "<Leave>", ALeave);
+  WTranslt_OverrideTranslation(table, "<Btn1Down>", APress);
+  WTranslt_OverrideTranslation(table, "<Btn1Up>", ARelease);
   if (view->draw->realized) WtEvents_BuildEventMask(view->draw);
   // The drawing widget plays the graph's commands: the same widget, of a
   // class whose DoCommand is the graph's.
@@ -176,11 +214,18 @@ void WFshow_CommandHandler(StrIn text, WFshow_View view) {
   if (view == nullptr) return;
   std::vector<std::string> words;
   if (!WtGuiLog_SplitWords(text, words) || words.empty()) return ParseError(kUnknownCommand, text.Str());
-  if (words[0] != "SHOW_CONTENT") return ParseError(kUnknownCommand, words[0]);
+  const bool show = words[0] == "SHOW_CONTENT", edit = words[0] == "EDIT_PARAMS";
+  if (!show && !edit) return ParseError(kUnknownCommand, words[0]);
   if (words.size() != 5) return ParseError(kBadCell, text.Str());
   WFshow_Cell* cell = FindCell(view, words, 1);
   if (cell == nullptr) return ParseError(kNoFolder, text.Str());
-  WFstatus_ShowFolderContent(cell->folder);
+  if (show) {
+    WFstatus_ShowFolderContent(cell->folder);
+    return;
+  }
+  // The click, played: in edit mode only, and not under an open dialog.
+  if (view->mode != WFshow_kEditMode || view->editFolder != nullptr) return ParseError(kNoFolder, text.Str());
+  WFshow_EditParams(view, *cell);
 }
 
 void WFshow_NewTipFolder(WFshow_View view, WFfolder folder) {

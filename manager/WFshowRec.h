@@ -101,7 +101,8 @@ struct WFshow_ViewRec {
   WFbase workflow = nullptr;  // not owned
   WFplaces places = nullptr;  // owned
   WFfolder tipFolder = nullptr;
-  WFfolder editFolder = nullptr;
+  WFfolder editFolder = nullptr;  // whose parameter dialog is open
+  WFfolder pressed = nullptr;     // pressed in edit mode, click or drag undecided
   std::vector<WFshow_UndoEntry> undo;  // newest first, at most WFshow_kUndoDepth
 };
 
@@ -190,12 +191,29 @@ void WFshow_DrawEditMode(WFshow_View view, const Regions_Rect& area);
 // copied them along with it.
 void WFshow_RedrawEditMode(WFshow_View view);
 
+// --- Edit mode: parameters and undo (WFshowEdit.cpp) -------------------------------------------
+
+// Opens the parameter dialog of the cell's folder: logged as "EDIT_PARAMS",
+// the icon drawn pressed and undo off while it is open; accepted changes
+// put the workflow as it was on the undo stack, and a changed structure
+// lays the graph out anew.
+void WFshow_EditParams(WFshow_View view, WFshow_Cell& cell);
+// The undo button (on with steps to take back, in edit mode, while no
+// parameter dialog is open) and the label of the newest step.
+void WFshow_UpdateUndo(WFshow_View view);
+// Destroys the stack's workflows; the button goes off, the label empty.
+void WFshow_ClearUndoStack(WFshow_View view);
+// Lays the workflow out anew, puts it into view and draws it.
+void WFshow_Relayout(WFshow_View view);
+
 // --- Status and input (WFshow.cpp, WFshowInput.cpp) ---------------------------------------
 
 // Every cell's status, stop state and watched flag (zero in edit mode).
 void WFshow_SetStatusInfos(WFshow_View view);
 // The text values of the folder under the pointer; nil clears them.
 void WFshow_NewTipFolder(WFshow_View view, WFfolder folder);
+// A cell as the GUI log writes it: `<column> <row> "<kind name>" <number>`.
+std::string WFshow_CellText(WFshow_View view, const WFshow_Cell& cell);
 // Takes the pointer's motion and crossing on the drawing widget.
 void WFshow_AttachInput(WFshow_View view);
 void WFshow_DetachInput(WFshow_View view);

@@ -1,9 +1,11 @@
 // The graph view's edit mode on a private X server, driven through one
 // editing session: the panel of the kinds that may be inserted (kinds
 // whose command isn't installed greyed out), the trash can, also after a
-// scroll, the marks the checks put on folders, and the places read back
-// when editing is cancelled. Pixels are read at places computed from the
-// panel's and the grid's geometry.
+// scroll, the marks the checks put on folders, the places read back when
+// editing is cancelled, and a folder's parameters opened by a click, with
+// the undo stack and the GUI log. Pixels are read at places computed from
+// the panel's and the grid's geometry; the parameter dialog (the front ends'
+// test module, registered for the rename kind) is answered by the replay.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,13 +15,18 @@
 #include <vector>
 
 #include "base/Messages.h"
+#include "base/SIdPool.h"
+#include "frontends/FEwfGenr.h"
 #include "manager/WFshow.h"
 #include "manager/WFstatus.h"
+#include "tests/frontends/FEtestModule.h"
 #include "tests/support/TestFiles.h"
 #include "tests/toolkit/XUser.h"
 #include "tests/toolkit/XvfbServer.h"
 #include "toolkit/CWShell.h"
 #include "toolkit/I.h"
+#include "toolkit/IReplay.h"
+#include "toolkit/WtGuiLog.h"
 #include "workflow/WFplaces.h"
 #include "workflow/WFtest.h"
 // Xlib last: its macros would hide names of the headers above.
@@ -30,6 +37,14 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr WFfolder_FolderKind kRename = 29, kDuplicate = 31, kSort = 44;
+
+// The undo button, and whether a parameter dialog ever found it on.
+Widget undoButton = nullptr;
+bool undoOnUnderDialog = false;
+void FrontEndSeeingUndo(StrIn workflow, StrIn folder, SAutoRcF rc, SwitchBd board, bool& modified) {
+  undoOnUnderDialog = undoOnUnderDialog || (undoButton != nullptr && undoButton->sensitive);
+  FEtest_FrontEndWF(workflow, folder, rc, board, modified);
+}
 
 void Init() {
   ::setenv("MARLENV", (FLOATDECK_BINARY_DIR "/tests/env:" + std::string(getenv("MARLENV"))).c_str(), 1);
@@ -51,6 +66,10 @@ void Init() {
   }
   WFshow_InitEditable();
   for (WFmodule_Kind kind = 2; kind <= kWFmoduleMaxKind; ++kind) WFmodule_RegisterFrontend(kind, nullptr, nullptr, nullptr);
+  // The rename folder's parameters are those of the test module.
+  I_UseContextCat("FETESTdlg");
+  WFmodule_RegisterFrontend(WFfolder_FolderToModuleKind(kRename), FEtest_SetDefaultParams, FrontEndSeeingUndo,
+                            WFmodule_NoReferencedFiles);
 }
 TempDir*& site = UsePrivateSiteForTests(Init);
 const bool xvfb = UseXvfb();
@@ -64,10 +83,13 @@ bool Colourful(unsigned long p) {
 
 class EditMode : public ::testing::Test {
  protected:
+  // One window serves the tests; it goes with the program's X server.
   void SetUp() override {
-    c_ = I_Create("IGraph_View", true);
-    ASSERT_TRUE(c_ != nullptr && Pump([&] { return static_cast<CWShell>(I_AccessWidget(c_, -1))->exposed; }));
-    WFshow_InitIcons();
+    if (c_ == nullptr) {
+      c_ = I_Create("IGraph_View", true);
+      ASSERT_TRUE(c_ != nullptr && Pump([&] { return static_cast<CWShell>(I_AccessWidget(c_, -1))->exposed; }));
+      WFshow_InitIcons();
+    }
     draw_ = I_AccessWidget(c_, 999);
     view_ = WFshow_CreateAndAttach(c_, WFshow_mainElements);
     Settle();
@@ -80,7 +102,6 @@ class EditMode : public ::testing::Test {
   void TearDown() override {
     WFshow_Show(view_, nullptr);
     WFshow_Destroy(view_);
-    I_Destroy(c_);
     WFbase_DestroyWorkflow(workflow_);
   }
   WFfolder Add(WFfolder_FolderKind kind, WFfolder from) {
@@ -119,7 +140,7 @@ class EditMode : public ::testing::Test {
   std::vector<unsigned long> Trash() { return Area(10, draw_->height - 46 + 5); }
 
   XUser user_;
-  I_Context c_ = nullptr;
+  static inline I_Context c_ = nullptr;
   Widget draw_ = nullptr;
   WFshow_View view_ = nullptr;
   WFbase workflow_ = WFbase_CreateWorkflow("edit", false);
@@ -220,6 +241,132 @@ TEST_F(EditMode, ThePanelTheTrashCanTheMarksAndThePlaces) {
   EXPECT_EQ(WFshow_GetPanelHeight(view_), 2);
   EXPECT_TRUE(FrameOf(rename, grey));
   EXPECT_EQ(Trash(), none);
+}
+
+std::int32_t Count(WFfolder folder) {
+  std::int32_t count = -1;
+  WFfolder_GetIntOpt(folder, "COUNT", count);
+  return count;
+}
+
+class EditParams : public EditMode {
+ protected:
+  void SetUp() override {
+    EditMode::SetUp();
+    rename_ = Add(kRename, start_);
+    Add(kSort, rename_);
+    WFshow_Show(view_, workflow_);
+    WFshow_SetMode(view_, WFshow_kEditMode);
+    Settle();
+    undoButton = I_AccessWidget(c_, 11);
+    log_ = site->Path() + "/gui.log";
+    ASSERT_TRUE(WtGuiLog_Open(log_));
+  }
+  void TearDown() override {
+    undoButton = nullptr;
+    WtGuiLog_Open("");
+    IReplay_Stop();
+    EditMode::TearDown();
+  }
+  // The middle of a folder's icon, from the grid's geometry.
+  std::pair<int, int> Middle(WFfolder folder) {
+    int column, row, firstColumn, firstRow;
+    WFshow_GetCell(view_, folder, column, row);
+    WFshow_GetFirst(view_, firstColumn, firstRow);
+    return {(column - firstColumn) * 61 + 10 + 20, WFshow_GetPanelHeight(view_) + (row - firstRow) * 46 + 1 + 20};
+  }
+  // The replay that answers the next dialogs.
+  void Answer(const std::string& lines, int waitMs = 10000) {
+    PutFile(site->Path() + "/replay.log", lines);
+    ASSERT_TRUE(IReplay_Start(site->Path() + "/replay.log", waitMs));
+  }
+  static std::string OkWithCount(int count) {
+    return "AOBJ FEtest_Params 12 " + std::to_string(count) + "\nAOBJ FEtest_Params 1 1\n";
+  }
+  // Button 1 pressed on the icon, moved by (dx, dy) and released.
+  void Press(WFfolder folder, int dx, int dy) {
+    const auto [x, y] = Middle(folder);
+    user_.MoveTo(draw_, x, y);
+    user_.Button(1, true);
+    user_.MoveTo(draw_, x + dx, y + dy);
+    user_.Button(1, false);
+  }
+  std::size_t Logged(const std::string& word) {
+    const std::string text = FileText(log_);
+    std::size_t count = 0;
+    for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) ++count;
+    return count;
+  }
+  std::string UndoLabel() {
+    TextStr label;
+    I_GetSTRING(c_, 12, label);
+    return StrIn(label).Str();
+  }
+  bool UndoEnabled() { return I_AccessWidget(c_, 11)->sensitive; }
+
+  WFfolder rename_ = nullptr;
+  std::string log_;
+};
+
+TEST_F(EditParams, AClickOpensTheParametersAndEightStepsCanBeTakenBack) {
+  EXPECT_FALSE(UndoEnabled());
+  // Nine edits, each a click answered with OK and a new count: the first
+  // a plain click, the second with 20 pixels of motion, still a click.
+  for (int i = 1; i <= 9; ++i) {
+    Answer(OkWithCount(10 + i));
+    if (i == 2) Press(rename_, 20, 0);
+    else user_.ClickAt(draw_, Middle(rename_).first, Middle(rename_).second);
+    ASSERT_TRUE(RunLoop([&] { return !IReplay_Running() && Count(rename_) == 10 + i; })) << i;
+    EXPECT_EQ(WFshow_UndoCount(view_), std::min<std::size_t>(i, 8)) << i;
+  }
+  // The dialog the click opened: the test module's, titled by its kind.
+  char title[128] = "";
+  I_GetReprAttr(FEwfGenr_Dialog(FEtest_data->head.frame), -1, SIdPool_EnterId("title"), title, sizeof title);
+  EXPECT_NE(std::string(title).find(" - edit"), std::string::npos) << title;
+  EXPECT_EQ(Logged("EDIT_PARAMS"), 9u);
+  EXPECT_FALSE(undoOnUnderDialog) << "undo is off while a parameter dialog is open";
+  NameStr kind;
+  WFfolder_GetName(rename_, kind);
+  EXPECT_NE(UndoLabel().find(StrIn(kind).Str()), std::string::npos) << UndoLabel();
+  EXPECT_TRUE(UndoEnabled());
+
+  // Motion beyond 30 pixels across is a drag: no dialog, nothing logged (a
+  // dialog opened by mistake would be cancelled by the replay).
+  testing::internal::CaptureStderr();
+  Answer("AOBJ FEtest_Params 1 0\n", 1500);
+  Press(rename_, 31, 0);
+  ASSERT_TRUE(RunLoop([] { return !IReplay_Running(); }));
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(Logged("EDIT_PARAMS"), 9u);
+
+  // Undo gives the workflow before the ninth edit, and the label of the
+  // eighth.
+  PathStr path;
+  WFfolder_GetPath(rename_, path);
+  WFbase previous = WFshow_Undo(view_);
+  ASSERT_NE(previous, nullptr);
+  EXPECT_EQ(Count(WFbase_FindFolder(previous, path)), 18);
+  EXPECT_EQ(Count(rename_), 19) << "the workflow shown is left alone";
+  WFshow_Show(view_, previous);
+  WFbase_DestroyWorkflow(workflow_);
+  workflow_ = previous;
+  rename_ = WFbase_FindFolder(workflow_, path);
+  EXPECT_EQ(WFshow_UndoCount(view_), 7u);
+
+  // The logged line, replayed, opens the same folder's dialog.
+  const std::string text = FileText(log_);
+  const std::size_t at = text.rfind("COMMAND IGraph_View 999 EDIT_PARAMS");
+  ASSERT_NE(at, std::string::npos);
+  Answer(text.substr(at, text.find('\n', at) + 1 - at) + OkWithCount(77));
+  ASSERT_TRUE(RunLoop([&] { return !IReplay_Running(); }));
+  EXPECT_EQ(Count(rename_), 77);
+  EXPECT_EQ(WFshow_UndoCount(view_), 8u);
+
+  // A mode change empties the stack.
+  WFshow_SetMode(view_, WFshow_kStatusMode);
+  EXPECT_EQ(WFshow_UndoCount(view_), 0u);
+  EXPECT_FALSE(UndoEnabled());
+  EXPECT_EQ(UndoLabel(), "");
 }
 
 }  // namespace

@@ -173,16 +173,7 @@ class Content : public ::testing::Test {
   static I_Context Window() { return WFstatus_FolderContentContext(); }
 
   // Rounds of the loop until `done` (false after 30 s).
-  static bool Loop(const std::function<bool()>& done) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!done()) {
-      if (std::chrono::steady_clock::now() > end) return false;
-      W_Flush();
-      if (WtEvents_Pending() || IReplay_Running() || I_TimeTillNextTask() == 0) I_SingleEventLoopIteration();
-      else W_WaitForEvents(20);
-    }
-    return true;
-  }
+  static bool Loop(const std::function<bool()>& done) { return RunLoop(done); }
   bool Replay(const std::string& lines) {
     PutFile(root->Path() + "/replay.log", lines);
     return IReplay_Start(root->Path() + "/replay.log", 5000) && Loop([] { return !IReplay_Running(); });

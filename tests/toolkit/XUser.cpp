@@ -3,6 +3,8 @@
 #include <chrono>
 
 #include "toolkit/CWCore.h"
+#include "toolkit/I.h"
+#include "toolkit/IReplay.h"
 #include "toolkit/WtEvents.h"
 // Xlib last: its macros (Expose, None) would hide names of the headers above.
 #include <X11/Xlib.h>
@@ -109,4 +111,15 @@ bool Pump(const std::function<bool()>& done) {
     W_Flush();
     W_WaitForEvents(50);
   }
+}
+
+bool RunLoop(const std::function<bool()>& done) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    W_Flush();
+    if (WtEvents_Pending() || IReplay_Running() || I_TimeTillNextTask() == 0) I_SingleEventLoopIteration();
+    else W_WaitForEvents(20);
+  }
+  return true;
 }

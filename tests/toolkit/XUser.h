@@ -43,3 +43,6 @@ class XUser {
 // Dispatches events (and deferred actions) until `done` holds; false when
 // 20 seconds passed first.
 bool Pump(const std::function<bool()>& done);
+// Rounds of the dialog layer's loop (events, tasks and the GUI replay) until
+// `done` holds; false when 30 seconds passed first.
+bool RunLoop(const std::function<bool()>& done);
