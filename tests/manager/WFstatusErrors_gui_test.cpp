@@ -23,7 +23,6 @@
 #include "rc/SrcFile.h"
 #include "tests/support/FlowSite.h"
 #include "tests/support/TestFiles.h"
-#include "tests/toolkit/GuiRounds.h"
 #include "tests/toolkit/XUser.h"
 #include "tests/toolkit/XvfbServer.h"
 #include "toolkit/CWTable.h"
@@ -74,8 +73,8 @@ class Installation : public ::testing::Environment {
 const bool xvfb = UseXvfb();
 const auto* const installation = ::testing::AddGlobalTestEnvironment(new Installation);
 
-bool Rounds(const std::function<bool()>& done) { return GuiRounds_Until(done); }
-bool Replay(const std::string& lines) { return GuiRounds_Replay(root->Path(), lines); }
+bool Rounds(const std::function<bool()>& done) { return RunLoop(done); }
+bool Replay(const std::string& lines) { return ReplayLines(root->Path(), lines); }
 
 std::string ErrorDir() {
   PathStr dir;

@@ -28,7 +28,7 @@
 #include "rc/SrcFile.h"
 #include "tests/support/FlowSite.h"
 #include "tests/support/TestFiles.h"
-#include "tests/toolkit/GuiRounds.h"
+#include "tests/toolkit/XUser.h"
 #include "tests/toolkit/XvfbServer.h"
 #include "toolkit/IReplay.h"
 #include "toolkit/ITxtView.h"
@@ -71,8 +71,8 @@ class Installation : public ::testing::Environment {
 const bool xvfb = UseXvfb();
 const auto* const installation = ::testing::AddGlobalTestEnvironment(new Installation);
 
-bool Rounds(const std::function<bool()>& done) { return GuiRounds_Until(done); }
-bool Replay(const std::string& lines) { return GuiRounds_Replay(root->Path(), lines); }
+bool Rounds(const std::function<bool()>& done) { return RunLoop(done); }
+bool Replay(const std::string& lines) { return ReplayLines(root->Path(), lines); }
 
 CCqueueInt_Lists& Lists() { return CCqueueInt_globalHandle->lists; }
 

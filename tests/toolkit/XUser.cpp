@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "tests/support/TestFiles.h"
 #include "toolkit/CWCore.h"
 #include "toolkit/I.h"
 #include "toolkit/IReplay.h"
@@ -111,6 +112,11 @@ bool Pump(const std::function<bool()>& done) {
     W_Flush();
     W_WaitForEvents(50);
   }
+}
+
+bool ReplayLines(const std::string& directory, const std::string& lines, int contextWaitMs) {
+  PutFile(directory + "/replay.log", lines);
+  return IReplay_Start(directory + "/replay.log", contextWaitMs) && RunLoop([] { return !IReplay_Running(); });
 }
 
 bool RunLoop(const std::function<bool()>& done) {

@@ -46,3 +46,6 @@ bool Pump(const std::function<bool()>& done);
 // Rounds of the dialog layer's loop (events, tasks and the GUI replay) until
 // `done` holds; false when 30 seconds passed first.
 bool RunLoop(const std::function<bool()>& done);
+// Plays `lines` (GUI log lines) from a replay file in `directory` through
+// RunLoop, each context given `contextWaitMs` to open; true when all ran.
+bool ReplayLines(const std::string& directory, const std::string& lines, int contextWaitMs = 5000);
