@@ -1,7 +1,7 @@
 // The start folder's dialog on a private X server, answered through the GUI
 // log's replay as an operator would answer it: its title, Cancel, a start
-// directory refused on OK with the dialog kept open, and a new transfer mode
-// with its first command.
+// directory refused on OK with the dialog kept open, a new transfer mode
+// with its first command, the dependent values and dropped remote starts.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -113,6 +113,20 @@ TEST_F(StartDialog, OkWithANewTransferModeWritesItsFirstCommandAndInterval) {
   EXPECT_TRUE(Edit("AOBJ FEautost 8 2\nAOBJ FEautost 4 3\nAOBJ FEautost 1 1\n"));
   EXPECT_EQ(Opt("FILEMODE"), "2");
   EXPECT_EQ(Cmd().rfind("jobticket.sh -p ", 0), 0u) << Cmd();
+}
+
+TEST_F(StartDialog, DependentValuesAndDroppedRemoteStartsReachTheRc) {
+  // Sub-directories switched off under the dialog clear extended names.
+  EXPECT_TRUE(Edit("AOBJ FEautost 6 TRUE\nAOBJ FEautost 14 TRUE\nAOBJ FEautost 6 FALSE\nAOBJ FEautost 1 1\n"));
+  EXPECT_EQ(Opt("SUBDIRS"), "_FALSE_");
+  EXPECT_EQ(Opt("EXTENDFILENAMES"), "_FALSE_");
+  // With no server configured, a remote start goes even on Cancel.
+  SAutoRcF_RemoteStart start;
+  Strings_Assign("press1", start.server);
+  Strings_Assign("/in", start.directory);
+  SAutoRcF_SetRemoteStart(rc_, 0, start);
+  EXPECT_TRUE(Edit("AOBJ FEautost 1 0\n"));
+  EXPECT_EQ(SAutoRcF_RemoteStartCount(rc_), 0u);
 }
 
 }  // namespace
