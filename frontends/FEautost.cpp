@@ -87,8 +87,7 @@ void FEautost_Init() {
   AutoMisc_Init();
   Messages_UseMsgCat("FEAUTOSTmsg");
   WFmodule_GetModuleInfo(kStartKind, FEautost_moduleInfo);
-  // The dialog is entered here when the dialog engine is there.
-  WFmodule_RegisterFrontend(kStartKind, FEautost_SetDefaultParams, nullptr, WFmodule_NoReferencedFiles);
+  WFmodule_RegisterFrontend(kStartKind, FEautost_SetDefaultParams, FEautost_FrontEnd, WFmodule_NoReferencedFiles);
   WFbase_RegisterStartFolderHooks(FEautost_SetFolderPath, FEautost_SetTransferMode, FEautost_SetFileMode);
   WFbase_RegisterStartEntryProc(FEautost_UpdateTVWcfg);
 }

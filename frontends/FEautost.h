@@ -29,9 +29,11 @@
 #include <vector>
 
 #include "base/Strings.h"
+#include "base/SwitchBd.h"
 #include "distribution/RWbase.h"
 #include "rc/AutoDict.h"
 #include "rc/SAutoRcF.h"
+#include "toolkit/I.h"
 #include "watch/TVWcfg.h"
 #include "workflow/WFmodule.h"
 
@@ -105,12 +107,26 @@ extern WFmodule_ModuleInfo FEautost_moduleInfo;
 
 // --- Start-up -----------------------------------------------------------------------
 
-// Registers the front end of kind 1 (defaults and referenced files; the
-// dialog joins with the dialog engine) and the workflow model's hooks of the
+// Registers the front end of kind 1 (defaults, the dialog, referenced files) and the workflow model's hooks of the
 // start folder: its path, transfer and file mode, and its demon entry. It
 // replaces all hooks of WFbase_RegisterHooks, so it runs before the groups
 // and the window register theirs. Opens the catalog "FEAUTOSTmsg". Once.
 void FEautost_Init();
+
+// --- The dialog -------------------------------------------------------------------
+
+// The dialog "FEautost" on first use: its dictionary with the start
+// directory's check, the frame with the checks of OK, the dependent values
+// and the enabling callbacks, the remote-start table and the elements of the
+// dialog only, and the cancel on "workflow changed" and "mode changed" from
+// `switchboard`. False without a display or dialog (nothing kept).
+bool FEautost_Create(SwitchBd switchboard);
+// The front end of kind 1: the start folder's dialog on rc. Remote starts
+// that changed, or were dropped for want of servers, are saved even when
+// the dialog is cancelled; `modified` tells whether rc changed.
+void FEautost_FrontEnd(StrIn workflow, StrIn folder, SAutoRcF rc, SwitchBd switchboard, bool& modified);
+// The dialog, nil before its first use (for the screenshot and the tests).
+I_Context FEautost_Dialog();
 
 // --- Parameters ---------------------------------------------------------------------
 

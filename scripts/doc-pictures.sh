@@ -2,8 +2,8 @@
 # Makes every picture of docs/ anew from the build tree (default build):
 # the toolkit's sample dialog, the catalog dialog, one page per class of
 # widgets (the menu page with its first menu open, through a replayed
-# command) and the gallery of all icons. Each is taken on a private Xvfb by
-# scripts/screenshot.sh.
+# command), the gallery of all icons and the start folder's dialog. Each is
+# taken on a private Xvfb by scripts/screenshot.sh.
 #
 #   scripts/doc-pictures.sh [BUILD_DIR]
 set -euo pipefail
@@ -20,3 +20,4 @@ trap 'rm -f "$replay"' EXIT
 echo "COMMAND WtDemo_Menus 11 OPEN" >"$replay"
 TV_GUIREPLAY=$replay "$shot" docs/wtdemo-menus.png "$build" -p menus
 "$shot" docs/icons.png "$build" -g
+"$shot" docs/start-folder.png "$build" -f

@@ -23,6 +23,7 @@
 #include "base/Messages.h"
 #include "base/Processe.h"
 #include "base/SPrintf.h"
+#include "frontends/FEautost.h"
 #include "toolkit/CWShell.h"
 #include "toolkit/I.h"
 #include "toolkit/IReplay.h"
@@ -32,6 +33,7 @@
 #include "tools/WtDemoJobs.h"
 #include "tools/WtGallery.h"
 #include "tools/WtSample.h"
+#include "workflow/WFbase.h"
 
 namespace {
 
@@ -39,9 +41,9 @@ char section[kSectionCap] = "wtdemo";
 const char* readyFile = nullptr;
 
 void Usage() {
-  for (unsigned number : {9, 10, 11, 41, 42}) {
+  for (unsigned number : {9, 10, 11, 41, 42, 43}) {
     TextStr text;
-    Messages_GetMsg(section, number, text);  // messages: wtdemo 9-11 41-42
+    Messages_GetMsg(section, number, text);  // messages: wtdemo 9-11 41-43
     std::fprintf(stderr, "%s\n", text);
   }
 }
@@ -130,11 +132,35 @@ bool RunCatalogDialog() {
   return true;
 }
 
+// --- The start folder's dialog ---------------------------------------------------------------
+
+void WatchStartFolder(std::uintptr_t) {
+  const I_Context dialog = FEautost_Dialog();
+  if (dialog != nullptr && I_Active(dialog)) TellWhenShown(I_AccessWidget(dialog, -1));
+  if (readyFile != nullptr) I_RescheduleTask(50);
+}
+
+// The start folder's parameters as a new workflow "demo" gets them.
+bool RunStartFolder() {
+  FEautost_Init();
+  WFbase_SetFeedback(false);
+  SAutoRcF rc = SAutoRcF_Create();
+  PathStr folder;
+  FEautost_GetDefaultStartdir("demo", folder);
+  FEautost_SetDefaultParams(rc, folder);
+  I_ScheduleTask(50, WatchStartFolder, 0);
+  bool modified = false;
+  FEautost_FrontEnd("demo", "start", rc, nullptr, modified);
+  SAutoRcF_Destroy(rc);
+  return FEautost_Dialog() != nullptr;
+}
+
 bool Run(int argc, char** argv) {
   char mode = 's';
   const char* page = nullptr;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "-d") == 0) mode = 'd';
+    else if (std::strcmp(argv[i], "-f") == 0) mode = 'f';
     else if (std::strcmp(argv[i], "-g") == 0) mode = 'g';
     else if (std::strcmp(argv[i], "-p") == 0 && i + 1 < argc && argv[i + 1][0] != '\0') mode = 'p', page = argv[++i];
     else if (std::strcmp(argv[i], "-r") == 0 && i + 1 < argc) readyFile = argv[++i];
@@ -145,6 +171,7 @@ bool Run(int argc, char** argv) {
   if (mode == 's') return RunSample();
   if (mode == 'g') return RunGallery();
   I_Init();
+  if (mode == 'f') return RunStartFolder();
   return mode == 'p' ? RunPage(page) : RunCatalogDialog();
 }
 
