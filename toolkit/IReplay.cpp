@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 #include <vector>
 
@@ -81,6 +82,14 @@ void Fail(const std::string& why) {
 
 // --- Playing ----------------------------------------------------------------------------------
 
+// The replay keeps real time: a window opens and a WAIT passes on the
+// wall clock, whichever clock the program's tasks run on (tests set one).
+SDateAri_Stamp Now() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return SDateAri_Stamp{now.tv_sec, now.tv_nsec};
+}
+
 // The newest active instance of the dialog `name`.
 I_Context FindActive(const std::string& name) {
   for (I_Context c = Ibase_contexts; c != nullptr; c = c->next)
@@ -141,7 +150,7 @@ void PlayInDialog(const std::string& word, const std::string& line, std::size_t 
       (word == "DELETE_WINDOW" && !rest.empty()))
     return Fail(Why(8));
   I_Context c = FindActive(dialog);
-  const SDateAri_Stamp now = I_GetSysTimeStamp();
+  const SDateAri_Stamp now = Now();
   if (c == nullptr) {
     if (!replay.waiting) {
       replay.waiting = true;
@@ -190,7 +199,7 @@ bool IReplay_Start(StrIn file, int contextWaitMs) {
   replay.lines = std::move(lines);
   replay.running = true;
   replay.contextWaitMs = contextWaitMs;
-  replay.resumeAt = I_GetSysTimeStamp();
+  replay.resumeAt = Now();
   return true;
 }
 
@@ -205,7 +214,7 @@ bool IReplay_Running() { return replay.running; }
 
 std::int64_t IReplay_TimeTillNext() {
   if (!replay.running) return -1;
-  const std::int64_t ms = SDateAri_DiffMilliseconds(replay.resumeAt, I_GetSysTimeStamp());
+  const std::int64_t ms = SDateAri_DiffMilliseconds(replay.resumeAt, Now());
   return ms < 0 ? 0 : ms;
 }
 
@@ -233,7 +242,7 @@ void IReplay_Check() {
   } else if (!ParseNumber(Rest(line, at), ms) || ms < 0) {
     Fail(Why(8));
   } else {
-    replay.resumeAt = SDateAri_AddMilliseconds(I_GetSysTimeStamp(), ms);
+    replay.resumeAt = SDateAri_AddMilliseconds(Now(), ms);
     ++replay.next;
   }
 }
