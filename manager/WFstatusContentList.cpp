@@ -24,20 +24,9 @@
 
 namespace {
 
-// A stamp this close before the reading could be shared by a later change
-// (coarse file system times): such a list is read again next time.
-constexpr std::int64_t kTrustNs = 2'000'000'000;
 constexpr int kConnectMs = 1000, kConnCheckMs = 5000, kIdleSeconds = 300;
 constexpr std::uint32_t kSchemeByFormat = 2, kSeveralSchemes = 3, kPassUnmatched = 1;
 constexpr WFmodule_Kind kRenameModule = 2;
-
-std::int64_t Ns(const timespec& t) { return std::int64_t{t.tv_sec} * 1'000'000'000 + t.tv_nsec; }
-
-std::int64_t Now() {
-  timespec now{};
-  ::clock_gettime(CLOCK_REALTIME, &now);
-  return Ns(now);
-}
 
 // --- The list cache ------------------------------------------------------------------------------
 
@@ -60,7 +49,7 @@ void ReadList(const std::string& dir, WFstatus_FileList& list) {
     if (::stat((dir + "/" + name).c_str(), &st) != 0 || !S_ISREG(st.st_mode)) continue;
     WFstatus_File f{};
     std::strcpy(f.name, name);
-    f.modified = Ns(st.st_mtim);
+    f.modified = WFstatus_Ns(st.st_mtim);
     f.seconds = static_cast<std::int32_t>(st.st_mtim.tv_sec);
     f.size = static_cast<std::int64_t>(st.st_size);
     tm local{};
@@ -92,9 +81,9 @@ SRename LoadScheme(const std::string& path) {
   struct stat st{};
   if (::stat(path.c_str(), &st) != 0) return nullptr;
   std::unique_ptr<Scheme>& known = schemes[path];
-  if (known != nullptr && known->modified == Ns(st.st_mtim)) return known->scheme;
+  if (known != nullptr && known->modified == WFstatus_Ns(st.st_mtim)) return known->scheme;
   known = std::make_unique<Scheme>();
-  known->modified = Ns(st.st_mtim);
+  known->modified = WFstatus_Ns(st.st_mtim);
   if (!Messages_Quietly([&] { return SRename_Load(path, known->scheme); })) known->scheme = nullptr;
   return known->scheme;
 }
@@ -194,8 +183,8 @@ bool WFstatus_StampDir(const std::string& dir, WFstatus_DirStamp& stamp) {
   }
   stamp.device = st.st_dev;
   stamp.inode = st.st_ino;
-  stamp.modified = Ns(st.st_mtim);
-  stamp.takenAt = Now();
+  stamp.modified = WFstatus_Ns(st.st_mtim);
+  stamp.takenAt = WFstatus_NowNs();
   stamp.exists = true;
   return true;
 }
@@ -206,7 +195,7 @@ bool WFstatus_SameDir(const WFstatus_DirStamp& before, const WFstatus_DirStamp& 
 }
 
 bool WFstatus_SameStamp(const WFstatus_DirStamp& before, const WFstatus_DirStamp& now) {
-  return WFstatus_SameDir(before, now) && before.takenAt - before.modified >= kTrustNs;
+  return WFstatus_SameDir(before, now) && before.takenAt - before.modified >= kWFstatusTrustNs;
 }
 
 WtTableD_Record* WFstatus_LinkFileList(WFstatus_FileList& list) {

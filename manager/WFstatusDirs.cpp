@@ -15,20 +15,7 @@
 
 namespace {
 
-// A stamp within this time before the reading could be shared by a later
-// change (file systems keep coarse times, and a server's clock may run
-// behind); answers taken so early are taken again in the next round.
-constexpr std::int64_t kTrustNs = 2'000'000'000;
-
 std::uint64_t currentRound = 1;
-
-std::int64_t Ns(const timespec& t) { return std::int64_t{t.tv_sec} * 1'000'000'000 + t.tv_nsec; }
-
-std::int64_t Now() {
-  timespec now{};
-  ::clock_gettime(CLOCK_REALTIME, &now);
-  return Ns(now);
-}
 
 struct Dir {
   dev_t device = 0;
@@ -55,14 +42,14 @@ Dir* Look(const std::string& path) {
     return nullptr;
   }
   Dir& d = dirs[path];
-  const bool same = d.device == st.st_dev && d.inode == st.st_ino && d.modified == Ns(st.st_mtim);
-  const bool trusted = d.takenAt - d.modified >= kTrustNs;
+  const bool same = d.device == st.st_dev && d.inode == st.st_ino && d.modified == WFstatus_Ns(st.st_mtim);
+  const bool trusted = d.takenAt - d.modified >= kWFstatusTrustNs;
   if (!same || (!trusted && d.round != currentRound)) {
     d = Dir{};
     d.device = st.st_dev;
     d.inode = st.st_ino;
-    d.modified = Ns(st.st_mtim);
-    d.takenAt = Now();
+    d.modified = WFstatus_Ns(st.st_mtim);
+    d.takenAt = WFstatus_NowNs();
     d.round = currentRound;
   }
   return &d;
@@ -115,6 +102,14 @@ void ReadFiles(const std::string& path, Dir& d) {
 }
 
 }  // namespace
+
+std::int64_t WFstatus_Ns(const timespec& t) { return std::int64_t{t.tv_sec} * 1'000'000'000 + t.tv_nsec; }
+
+std::int64_t WFstatus_NowNs() {
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  return WFstatus_Ns(now);
+}
 
 bool WFstatus_DirHoldsFiles(const std::string& path, const std::function<bool(const std::string&)>& enter) {
   std::deque<std::string> queue{path};

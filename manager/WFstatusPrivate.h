@@ -3,6 +3,8 @@
 // nothing outside manager/WFstatus*.cpp includes it.
 #pragma once
 
+#include <cstdint>
+#include <ctime>
 #include <functional>
 #include <string>
 #include <vector>
@@ -28,6 +30,14 @@ std::vector<std::string> WFstatus_MarkDirs(WFfolder folder);
 // a later change could carry the same stamp is read again in the next round
 // (WFstatus_NewRound), until its stamp lies far enough behind. A missing
 // directory holds nothing.
+
+// A stamp within this time before the reading could be shared by a later
+// change (file systems keep coarse times, and a server's clock may run
+// behind); answers taken so early are taken again in the next round.
+constexpr std::int64_t kWFstatusTrustNs = 2'000'000'000;
+// A file system time, and the clock's time now, in nanoseconds.
+std::int64_t WFstatus_Ns(const timespec& t);
+std::int64_t WFstatus_NowNs();
 
 // Begins a round of updates.
 void WFstatus_NewRound();
