@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <filesystem>
 #include <string>
 
 #include "tests/frontends/FEtestModule.h"
@@ -15,28 +14,11 @@
 
 namespace {
 
-namespace fs = std::filesystem;
-
-TempDir* site = nullptr;
-
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    fs::create_directories(site->Path() + "/projects");
-    fs::create_directories(site->Path() + "/tmp");
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-    ::setenv("TV_PROJECTS", (site->Path() + "/projects").c_str(), 1);
-    ::setenv("TMP", (site->Path() + "/tmp").c_str(), 1);
-    ::unsetenv("DISPLAY");
-    WFbase_Init();
-    FEtest_Register();
-  }
-  void TearDown() override { delete site; }
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
+TempDir*& site = UsePrivateSiteForTests([] {
+  ::unsetenv("DISPLAY");
+  WFbase_Init();
+  FEtest_Register();
+});
 
 std::string Opt(SAutoRcF rc, const char* key) {
   TextStr value;

@@ -20,34 +20,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TempDir* site = nullptr;
+TempDir*& site = UsePrivateSiteForTests([] {
+  static const char* const args[] = {program_invocation_name};
+  Argument_Init(1, args);
+  WFbase_Init();
+});
 
 std::string Projects() { return site->Path() + "/projects"; }
 std::string Root() { return Projects() + "/workflow"; }
 std::string Start(const std::string& name) { return Root() + "/" + name; }
-
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    for (const char* dir : {"customer", "projects", "dat", "lib", "tmp", "env"}) {
-      fs::create_directories(site->Path() + "/" + dir);
-    }
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", (site->Path() + "/env:" FLOATDECK_BINARY_DIR "/env").c_str(), 1);
-    ::setenv("MARLDAT", (site->Path() + "/dat").c_str(), 1);
-    ::setenv("MARLLIB", (site->Path() + "/lib").c_str(), 1);
-    ::setenv("TV_CUSTOMER", (site->Path() + "/customer").c_str(), 1);
-    ::setenv("TV_PROJECTS", Projects().c_str(), 1);
-    ::setenv("TMP", (site->Path() + "/tmp").c_str(), 1);
-    static const char* const args[] = {program_invocation_name};
-    Argument_Init(1, args);
-    WFbase_Init();
-  }
-  void TearDown() override { delete site; }
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
 
 std::vector<std::string> Names(WFbase_WfList list) {
   std::vector<std::string> names;

@@ -16,27 +16,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TempDir* site = nullptr;
+TempDir*& site = UsePrivateSiteForTests(WFmodule_Init);
 
 std::string Projects() { return site->Path() + "/projects"; }
-
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    fs::create_directories(site->Path() + "/cfg");
-    fs::create_directories(Projects());
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", (site->Path() + "/cfg:" FLOATDECK_BINARY_DIR "/env").c_str(), 1);
-    ::setenv("TV_PROJECTS", Projects().c_str(), 1);
-    ::setenv("TMP", (site->Path() + "/tmp").c_str(), 1);
-    fs::create_directories(site->Path() + "/tmp");
-    WFmodule_Init();
-  }
-  void TearDown() override { delete site; }
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
 
 template <class Getter>
 std::string Text(Getter getter, WFmodule_Kind kind) {

@@ -16,7 +16,10 @@
 
 namespace {
 
-TempDir* site = nullptr;
+TempDir*& site = UsePrivateSiteForTests([] {
+  Messages_Init();
+  WFticket_Init();
+});
 
 // A directory of the site, made with its parents.
 std::string Dir(const std::string& relative) {
@@ -25,19 +28,6 @@ std::string Dir(const std::string& relative) {
   return path;
 }
 
-class Site : public ::testing::Environment {
- public:
-  void SetUp() override {
-    site = new TempDir;
-    ::setenv("TV_PROJECTS", Dir("projects").c_str(), 1);
-    ::setenv("TV_NO_RUN_FILE", "1", 1);
-    ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-    Messages_Init();
-    WFticket_Init();
-  }
-  void TearDown() override { delete site; }
-};
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new Site);
 
 std::string TicketName(const char* path) {
   TextStr ticket;
