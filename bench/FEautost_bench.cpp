@@ -10,6 +10,7 @@
 #include <string>
 
 #include "base/Argument.h"
+#include "bench/BenchSite.h"
 #include "frontends/FEautost.h"
 #include "workflow/AutoMisc.h"
 #include "workflow/WFbase.h"
@@ -18,29 +19,15 @@ namespace {
 
 constexpr int kEntries = 5000;
 
-std::string directory;
-
-void RemoveDirectory() {
-  std::error_code ignored;
-  std::filesystem::remove_all(directory, ignored);
-}
-
 // A private site with a configuration of kEntries start folders.
 void Site() {
-  if (!directory.empty()) return;
-  std::string pattern = (std::filesystem::temp_directory_path() / "FEautost_bench-XXXXXX").string();
-  if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-  directory = pattern;
-  std::atexit(RemoveDirectory);
-  for (const char* dir : {"/projects/workflow", "/env", "/dat", "/customer"}) {
-    std::filesystem::create_directories(directory + dir);
-  }
-  ::setenv("TV_NO_RUN_FILE", "1", 1);
+  static bool made = false;
+  if (made) return;
+  made = true;
+  const std::string& directory = Bench_Site("FEautost_bench", true);
+  for (const char* dir : {"/projects/workflow", "/env"}) std::filesystem::create_directories(directory + dir);
   // The site's demon configuration, the build's catalogs.
   ::setenv("MARLENV", (directory + "/env:" FLOATDECK_BINARY_DIR "/env").c_str(), 1);
-  ::setenv("MARLDAT", (directory + "/dat").c_str(), 1);
-  ::setenv("TV_CUSTOMER", (directory + "/customer").c_str(), 1);
-  ::setenv("TV_PROJECTS", (directory + "/projects").c_str(), 1);
   ::setenv("PATH", "/usr/bin:/bin", 1);
   static const char* const args[] = {"FEautost_bench"};
   Argument_Init(1, args);

@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/BenchSite.h"
 #include "image/SIqif.h"
 #include "image/SImage.h"
 #include "image/SItiff.h"
@@ -31,18 +32,13 @@ constexpr std::uint32_t kLargeSide = 46000;
 constexpr double kMB = 1024.0 * 1024.0;
 constexpr std::uint64_t kSpaceNeeded = std::uint64_t{6} << 30;
 
-std::string directory;
+const std::string& Directory() { return Bench_Site("SImage_bench"); }
 
-void RemoveDirectory() {
-  std::error_code ignored;
-  std::filesystem::remove_all(directory, ignored);
-}
-
-std::string Path(const std::string& name) { return directory + "/" + name; }
+std::string Path(const std::string& name) { return Directory() + "/" + name; }
 
 bool RoomFor(std::uint64_t bytes) {
   struct statvfs info;
-  return ::statvfs(directory.c_str(), &info) == 0 && std::uint64_t{info.f_bavail} * info.f_frsize > bytes;
+  return ::statvfs(Directory().c_str(), &info) == 0 && std::uint64_t{info.f_bavail} * info.f_frsize > bytes;
 }
 
 // An image of a gradient through the drivers themselves.
@@ -60,12 +56,9 @@ void Make(const std::string& path, std::uint32_t side) {
 }
 
 void Site() {
-  if (!directory.empty()) return;
-  std::string pattern = (std::filesystem::temp_directory_path() / "SImage_bench-XXXXXX").string();
-  if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-  directory = pattern;
-  std::atexit(RemoveDirectory);
-  ::setenv("TV_NO_RUN_FILE", "1", 1);
+  static bool made = false;
+  if (made) return;
+  made = true;
   SIqif_Init();
   SItiff_Init();
   Make(Path("plain.tif"), kSide);

@@ -6,31 +6,22 @@
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 
-#include <filesystem>
 #include <random>
 #include <string>
 
+#include "bench/BenchSite.h"
 #include "watch/TVWcfg.h"
 
 namespace {
 
 constexpr int kFolders = 10000;
 
-std::string directory;
-
-void RemoveDirectory() {
-  std::error_code ignored;
-  std::filesystem::remove_all(directory, ignored);
-}
-
 // Makes the site once: a private configuration directory and the table.
 void Site() {
-  if (!directory.empty()) return;
-  std::string pattern = (std::filesystem::temp_directory_path() / "TVWcfg_bench-XXXXXX").string();
-  if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-  directory = pattern;
-  std::atexit(RemoveDirectory);
-  ::setenv("TV_NO_RUN_FILE", "1", 1);
+  static bool made = false;
+  if (made) return;
+  made = true;
+  const std::string& directory = Bench_Site("TVWcfg_bench");
   ::setenv("MARLENV", directory.c_str(), 1);
   ::setenv("TV_PROJECTS", (directory + "/projects").c_str(), 1);
   TVWcfg_Init();

@@ -18,6 +18,7 @@
 #include <string>
 
 #include "bench/BenchSettle.h"
+#include "bench/BenchSite.h"
 #include "base/Messages.h"
 #include "manager/WFshow.h"
 #include "manager/WFshowRec.h"
@@ -86,13 +87,7 @@ void Fill(WFbase workflow) {
 Setting& Set() {
   static Setting s;
   if (!s.root.empty()) return s;
-  char tmp[] = "/tmp/floatdeck-bench-XXXXXX";
-  s.root = ::mkdtemp(tmp);
-  for (const char* dir : {"customer", "projects", "dat", "tmp"}) fs::create_directories(s.root + "/" + dir);
-  ::setenv("TV_PROJECTS", (s.root + "/projects").c_str(), 1);
-  ::setenv("TV_CUSTOMER", (s.root + "/customer").c_str(), 1);
-  ::setenv("MARLDAT", (s.root + "/dat").c_str(), 1);
-  ::setenv("TMP", (s.root + "/tmp").c_str(), 1);
+  s.root = Bench_Site("WFshow_bench", true);
   ::setenv("TV_CCSERVER_PORT", "1", 1);  // no queue server to ask
   Messages_Init();
   WFstatus_Init();
@@ -184,6 +179,5 @@ int main(int argc, char** argv) {
   WFshow_Destroy(s.view);
   WFbase_DestroyWorkflow(s.workflow);
   I_Destroy(s.main);
-  fs::remove_all(s.root);
   return 0;
 }

@@ -6,35 +6,24 @@
 //                 folder is reached on 2^20 paths
 // Both pass every check; "folders" counts the workflow's folders.
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <string>
 
 #include "base/Messages.h"
+#include "bench/BenchSite.h"
 #include "workflow/WFtest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr WFfolder_FolderKind kRename = 29, kDuplicate = 31, kSwitch = 32, kSort = 44;
 
-struct Site {
-  std::string root;
-  Site() {
-    char tmp[] = "/tmp/floatdeck-bench-XXXXXX";
-    root = ::mkdtemp(tmp);
-    for (const char* dir : {"customer", "projects", "dat", "tmp"}) fs::create_directories(root + "/" + dir);
-    ::setenv("TV_PROJECTS", (root + "/projects").c_str(), 1);
-    ::setenv("TV_CUSTOMER", (root + "/customer").c_str(), 1);
-    ::setenv("MARLDAT", (root + "/dat").c_str(), 1);
-    ::setenv("TMP", (root + "/tmp").c_str(), 1);
-    Messages_Init();
-    WFtest_Init();
-  }
-  ~Site() { fs::remove_all(root); }
-};
+// The site, and the modules the check reads, once.
+bool Site() {
+  Bench_Site("WFtest_bench", true);
+  Messages_Init();
+  WFtest_Init();
+  return true;
+}
 
 WFfolder NewFolder(WFbase workflow, WFfolder_FolderKind kind) {
   PathStr path;
@@ -76,7 +65,8 @@ WFbase Diamonds(int count) {
 }
 
 void Run(benchmark::State& state, WFbase (*make)()) {
-  static Site site;
+  static const bool site = Site();
+  (void)site;
   WFbase workflow = make();
   bool passed = true;
   for (auto _ : state) passed = WFtest_CheckWorkflow(nullptr, workflow) && passed;

@@ -11,7 +11,6 @@
 #include <filesystem>
 #include <map>
 #include <regex>
-#include <set>
 
 #include "tests/support/Services.h"
 #include "tests/support/TestFiles.h"
@@ -95,6 +94,15 @@ class Wfinstall : public ::testing::Test {
     return entries;
   }
   std::string RemoteWatch() const { return FileText(site.Path() + "/customer/RemoteWatchDaemon.cfg"); }
+  // The demon's configuration and everything below the projects directory
+  // with its content: what a refused install must leave as it was.
+  std::map<std::string, std::string> Everything() const {
+    std::map<std::string, std::string> files = {{"cfg", FileText(site.Path() + "/env/tvwatchd.cfg")}};
+    for (const auto& entry : fs::recursive_directory_iterator(projects)) {
+      files[entry.path()] = entry.is_regular_file() ? FileText(entry.path()) : "";
+    }
+    return files;
+  }
   // Every file below the projects directory with its time, all set back to
   // one old time first, so that what a run writes shows without waiting.
   std::map<std::string, fs::file_time_type> AgeFiles() {
@@ -289,15 +297,10 @@ TEST_F(Wfinstall, TheChecksRefuseAWorkflowBeforeAnythingIsWritten) {
       {"start s -> d\nduplicate d -> x r\nsort x MODE=2\n\"remote copy\" r -> outdir TAKEOVERSUBDIRS=_TRUE_\n",
        extended, "line 3: The folder x", subdirs},
   };
-  const auto everything = [&] {
-    std::set<std::string> paths = {FileText(site.Path() + "/env/tvwatchd.cfg")};
-    for (const auto& entry : fs::recursive_directory_iterator(projects)) paths.insert(entry.path());
-    return paths;
-  };
   int n = 0;
   for (const Case& c : cases) {
     const std::string name = "c" + std::to_string(n++);
-    const auto before = everything();
+    const auto before = Everything();
     const RunResult check = Install(c.text, {"-c", "-w", name});
     const RunResult install = Install(c.text, {"-n", "-w", name});
     if (c.message.empty()) {
@@ -313,7 +316,7 @@ TEST_F(Wfinstall, TheChecksRefuseAWorkflowBeforeAnythingIsWritten) {
       EXPECT_TRUE(Has(r.err, site.Path() + "/wf.txt, " + c.line + " does not pass the checks")) << r.err;
       EXPECT_TRUE(c.notTold.empty() || !Has(r.err, c.notTold)) << r.err;
     }
-    EXPECT_EQ(everything(), before) << c.text;
+    EXPECT_EQ(Everything(), before) << c.text;
   }
 }
 
@@ -431,13 +434,6 @@ TEST_F(Wfinstall, TheStartFolderGetsItsFrontEndsValuesAndChecks) {
   EXPECT_TRUE(Has(FileText(projects + "/workflow/b/.autostartrc"), ": FILESREGEXP=")) << firstLine("b");
   EXPECT_TRUE(Has(Entries().at(projects + "/workflow/b"), "tif")) << Entries().at(projects + "/workflow/b");
 
-  const auto everything = [&] {
-    std::map<std::string, std::string> files = {{"cfg", FileText(site.Path() + "/env/tvwatchd.cfg")}};
-    for (const auto& entry : fs::recursive_directory_iterator(projects)) {
-      files[entry.path()] = entry.is_regular_file() ? FileText(entry.path()) : "";
-    }
-    return files;
-  };
   const std::pair<std::string, std::string> refused[] = {
       {"FILEMODE=4", "File mode \"chosen formats\" needs at least one format."},
       {"FILEMODE=4 FILEFMTS=\".tif .nope\"", "\".tif .nope\" cannot be used here"},
@@ -448,11 +444,11 @@ TEST_F(Wfinstall, TheStartFolderGetsItsFrontEndsValuesAndChecks) {
       {"REMOTESTART_0/SERVERNAME=ftp9 REMOTESTART_0/SERVERDIR=/in", "The server ftp9 is not configured"},
   };
   for (const auto& [params, words] : refused) {
-    const auto before = everything();
+    const auto before = Everything();
     const RunResult r = Install("workflow a\n\nstart in -> ren " + params + "\nrename ren -> outdir\n", {"-n"});
     EXPECT_EQ(r.status, 1) << params;
     EXPECT_TRUE(Has(r.err, site.Path() + "/wf.txt, line 3: ")) << r.err;
     EXPECT_TRUE(Has(r.err, words)) << r.err;
-    EXPECT_EQ(everything(), before) << params;
+    EXPECT_EQ(Everything(), before) << params;
   }
 }
