@@ -1,7 +1,8 @@
 // The start folder's dialog on a private X server, answered through the GUI
 // log's replay as an operator would answer it: its title, Cancel, a start
 // directory refused on OK with the dialog kept open, a new transfer mode
-// with its first command, the dependent values and dropped remote starts.
+// with its first command, the dependent values and dropped remote starts;
+// remote starts edited in their table, replayed and by the keyboard.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -11,13 +12,19 @@
 #include "base/Argument.h"
 #include "base/Messages.h"
 #include "base/SIdPool.h"
+#include "distribution/RWconfig.h"
 #include "frontends/FEautost.h"
 #include "frontends/FEwfGenr.h"
 #include "tests/support/TestFiles.h"
+#include "tests/toolkit/XUser.h"
 #include "tests/toolkit/XvfbServer.h"
+#include "toolkit/CWShell.h"
+#include "toolkit/CWTable.h"
 #include "toolkit/IReplay.h"
 #include "workflow/AutoMisc.h"
 #include "workflow/WFbase.h"
+// Xlib last: its macros would hide names of the headers above.
+#include <X11/keysym.h>
 
 namespace {
 
@@ -127,6 +134,78 @@ TEST_F(StartDialog, DependentValuesAndDroppedRemoteStartsReachTheRc) {
   SAutoRcF_SetRemoteStart(rc_, 0, start);
   EXPECT_TRUE(Edit("AOBJ FEautost 1 0\n"));
   EXPECT_EQ(SAutoRcF_RemoteStartCount(rc_), 0u);
+}
+
+// The remote watch knows the server "press1" with the directory "/in".
+RWconfig servers = nullptr;
+RWconfig_Rec* Servers(StrOut) { return servers; }
+void UsePress1() {
+  TextStr error;
+  if (servers == nullptr && RWconfig_Load(servers, error)) {
+    RWbase_Server server;
+    Strings_Assign("press1", server.name);
+    Strings_Assign("/in", server.defaultRemoteDirectory);
+    RWconfig_AddOrReplaceServer(servers, server);
+  }
+  WFbase_RegisterRemoteWatch(WFbase_RemoteWatch{Servers, nullptr});
+}
+
+class RemoteStarts : public StartDialog {
+ protected:
+  void SetUp() override {
+    StartDialog::SetUp();
+    UsePress1();
+    for (std::uint32_t i = 0; i < 2; ++i) {
+      SAutoRcF_RemoteStart start;
+      Strings_Assign("press1", start.server);
+      Strings_Assign(StrIn::C(i == 0 ? "/a" : "/hot"), start.directory);
+      SAutoRcF_SetRemoteStart(rc_, i, start);
+    }
+  }
+  void TearDown() override {
+    WFbase_RegisterRemoteWatch(WFbase_RemoteWatch{});
+    StartDialog::TearDown();
+  }
+  std::string Start(std::uint32_t index) {
+    SAutoRcF_RemoteStart start;
+    if (!SAutoRcF_GetRemoteStart(rc_, index, start)) return "<absent>";
+    return StrIn(start.directory).Str() + (start.deleteFiles ? " delete" : "");
+  }
+};
+
+TEST_F(RemoteStarts, CellLinesEditDirectoriesAndDeleteFlags) {
+  // Both rows are press1's: the second by its number.
+  EXPECT_TRUE(Edit("COMMAND FEautost 19 CELL press1 2 1 /hot2\nCOMMAND FEautost 19 CELL press1 1 2 1\n"
+                   "AOBJ FEautost 1 1\n"));
+  EXPECT_EQ(Start(0), "/a delete");
+  EXPECT_EQ(Start(1), "/hot2");
+}
+
+// The operator's keys, sent while the dialog runs: a double click on the
+// second directory, a character typed, Return; then Escape cancels the
+// dialog, and the edit is kept all the same.
+void TypeIntoSecondDirectory(std::uintptr_t) {
+  I_Context dialog = FEautost_Dialog();
+  Widget table = dialog != nullptr ? I_AccessWidget(dialog, 19) : nullptr;
+  Regions_Rect cell;
+  if (table == nullptr || !static_cast<CWShell>(I_AccessWidget(dialog, 111))->exposed ||
+      !CWTable_CellPlace(table, 1, 1, cell)) {
+    I_ScheduleTask(50, TypeIntoSecondDirectory, 0);
+    return;
+  }
+  XUser user;
+  user.ClickAt(table, cell.x + cell.width / 2, cell.y + cell.height / 2);
+  user.ClickAt(table, cell.x + cell.width / 2, cell.y + cell.height / 2);
+  user.Type("2");
+  user.Press(XK_Return);
+  user.Press(XK_Escape);
+}
+
+TEST_F(RemoteStarts, KeysEditADirectoryKeptEvenOnCancel) {
+  I_ScheduleTask(50, TypeIntoSecondDirectory, 0);
+  EXPECT_TRUE(WFmodule_EditParams(1, "flowA", "start", rc_, Board()));
+  EXPECT_EQ(Start(0), "/a");
+  EXPECT_EQ(Start(1), "/hot2");
 }
 
 }  // namespace
