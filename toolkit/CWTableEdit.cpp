@@ -132,11 +132,13 @@ int CWTable_FirstEditableText(CWTable t) {
 void CWTable_CloseEditor(CWTable t, bool write) {
   CWTable_Editor& e = t->state->editor;
   if (e.record == nullptr) return;
-  RedrawEditor(t);
   // Closed before the record is written: the program's callback may put a
-  // new list.
+  // new list. The cell is drawn at once, without the field.
+  Regions_Rect place;
+  const bool shown = t->realized && EditorPlace(t, place);
   const CWTable_Editor closed = e;
   e = CWTable_Editor{};
+  if (shown) WtDraw_RedrawWidgetArea(t, place.x, place.y, place.width, place.height);
   WtTableD_Column c = WtTableD_GetColumn(Descr(t), closed.column);
   if (write && closed.text != WtTableD_CellText(c, closed.record)) Write(t, closed.record, closed.column, closed.text, 0);
 }

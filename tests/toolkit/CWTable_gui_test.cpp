@@ -341,10 +341,16 @@ TEST_F(EditTableTest, CellsAreEditedInPlaceAndLogged) {
   user_.Press(XK_Return);
   ASSERT_TRUE(Pump([&] { return std::string(rows_[2].name) == "a br0"; }));
   EXPECT_EQ(reports, 2);  // the selection, then the edit
-  // F2 edits the selected row again; Escape forgets what was typed.
+  // F2 edits the selected row again: the field is drawn white over the
+  // selection's colour. Escape forgets what was typed and takes it away.
+  Regions_Rect cell;
+  ASSERT_TRUE(CWTable_CellPlace(w_, 2, 1, cell));
+  const auto inCell = [&] { return user_.Pixel(w_, cell.x + cell.width - 4, cell.y + cell.height / 2); };
   user_.Press(XK_F2);
+  EXPECT_TRUE(Pump([&] { return inCell() == 0xFFFFFFu; }));
   user_.Type("zz");
   user_.Press(XK_Escape);
+  EXPECT_TRUE(Pump([&] { return inCell() == 0x404040u; }));
   // Each click on an enum cell gives it its next value (0, then the values
   // with an entry).
   ClickCell(3, 0);
