@@ -136,54 +136,11 @@ TEST_F(StartDialog, DependentValuesAndDroppedRemoteStartsReachTheRc) {
   EXPECT_EQ(SAutoRcF_RemoteStartCount(rc_), 0u);
 }
 
-// The remote watch knows the server "press1" with the directory "/in".
 RWconfig servers = nullptr;
 RWconfig_Rec* Servers(StrOut) { return servers; }
-void UsePress1() {
-  TextStr error;
-  if (servers == nullptr && RWconfig_Load(servers, error)) {
-    RWbase_Server server;
-    Strings_Assign("press1", server.name);
-    Strings_Assign("/in", server.defaultRemoteDirectory);
-    RWconfig_AddOrReplaceServer(servers, server);
-  }
-  WFbase_RegisterRemoteWatch(WFbase_RemoteWatch{Servers, nullptr});
-}
-
-class RemoteStarts : public StartDialog {
- protected:
-  void SetUp() override {
-    StartDialog::SetUp();
-    UsePress1();
-    for (std::uint32_t i = 0; i < 2; ++i) {
-      SAutoRcF_RemoteStart start;
-      Strings_Assign("press1", start.server);
-      Strings_Assign(StrIn::C(i == 0 ? "/a" : "/hot"), start.directory);
-      SAutoRcF_SetRemoteStart(rc_, i, start);
-    }
-  }
-  void TearDown() override {
-    WFbase_RegisterRemoteWatch(WFbase_RemoteWatch{});
-    StartDialog::TearDown();
-  }
-  std::string Start(std::uint32_t index) {
-    SAutoRcF_RemoteStart start;
-    if (!SAutoRcF_GetRemoteStart(rc_, index, start)) return "<absent>";
-    return StrIn(start.directory).Str() + (start.deleteFiles ? " delete" : "");
-  }
-};
-
-TEST_F(RemoteStarts, CellLinesEditDirectoriesAndDeleteFlags) {
-  // Both rows are press1's: the second by its number.
-  EXPECT_TRUE(Edit("COMMAND FEautost 19 CELL press1 2 1 /hot2\nCOMMAND FEautost 19 CELL press1 1 2 1\n"
-                   "AOBJ FEautost 1 1\n"));
-  EXPECT_EQ(Start(0), "/a delete");
-  EXPECT_EQ(Start(1), "/hot2");
-}
 
 // The operator's keys, sent while the dialog runs: a double click on the
-// second directory, a character typed, Return; then Escape cancels the
-// dialog, and the edit is kept all the same.
+// second directory, a character typed, Return; then Escape cancels.
 void TypeIntoSecondDirectory(std::uintptr_t) {
   I_Context dialog = FEautost_Dialog();
   Widget table = dialog != nullptr ? I_AccessWidget(dialog, 19) : nullptr;
@@ -194,18 +151,38 @@ void TypeIntoSecondDirectory(std::uintptr_t) {
     return;
   }
   XUser user;
-  user.ClickAt(table, cell.x + cell.width / 2, cell.y + cell.height / 2);
-  user.ClickAt(table, cell.x + cell.width / 2, cell.y + cell.height / 2);
+  for (int click = 0; click < 2; ++click) user.ClickAt(table, cell.x + cell.width / 2, cell.y + cell.height / 2);
   user.Type("2");
   user.Press(XK_Return);
   user.Press(XK_Escape);
 }
 
-TEST_F(RemoteStarts, KeysEditADirectoryKeptEvenOnCancel) {
+TEST_F(StartDialog, RemoteStartsEditedInTheirTableAreKeptEvenOnCancel) {
+  // Two remote starts of the server press1, which the remote watch knows.
+  TextStr error;
+  ASSERT_TRUE(servers != nullptr || RWconfig_Load(servers, error)) << error;
+  SAutoRcF_RemoteStart start;
+  Strings_Assign("press1", start.server);
+  RWbase_Server press1;
+  Strings_Assign(start.server, press1.name);
+  RWconfig_AddOrReplaceServer(servers, press1);
+  WFbase_RegisterRemoteWatch(WFbase_RemoteWatch{Servers, nullptr});
+  for (std::uint32_t i = 0; i < 2; ++i) {
+    Strings_Assign(StrIn::C(i == 0 ? "/a" : "/hot"), start.directory);
+    SAutoRcF_SetRemoteStart(rc_, i, start);
+  }
+  const auto saved = [&](std::uint32_t index) {
+    SAutoRcF_GetRemoteStart(rc_, index, start);
+    return StrIn(start.directory).Str() + (start.deleteFiles ? " delete" : "");
+  };
+  // Replayed, the second row of press1 by its number; then by the keys.
+  EXPECT_TRUE(Edit("COMMAND FEautost 19 CELL press1 2 1 /hot2\nCOMMAND FEautost 19 CELL press1 1 2 1\n"
+                   "AOBJ FEautost 1 1\n"));
+  EXPECT_EQ(saved(0) + ", " + saved(1), "/a delete, /hot2");
   I_ScheduleTask(50, TypeIntoSecondDirectory, 0);
   EXPECT_TRUE(WFmodule_EditParams(1, "flowA", "start", rc_, Board()));
-  EXPECT_EQ(Start(0), "/a");
-  EXPECT_EQ(Start(1), "/hot2");
+  EXPECT_EQ(saved(0) + ", " + saved(1), "/a delete, /hot22");
+  WFbase_RegisterRemoteWatch(WFbase_RemoteWatch{});
 }
 
 }  // namespace
