@@ -452,12 +452,13 @@ void AKey(Widget w, W_Event& event) {
   const std::size_t count = s.rows.size();
   if (count == 0 || t->selectMode == 0) return WTranslt_ReturnEvent(w, event);
   const std::size_t current = FirstSelected(t, s.top);
-  // Return or F2 edits the selected row's first editable text.
-  const bool selected = FirstSelected(t, count) < count;
-  if ((event.input.ch == W_KeyReturn || event.input.ch == W_KeyF1 + 1) && selected &&
-      CWTable_FirstEditableText(t) >= 0) {
+  // Return or F2 edits the selected row's first editable text, Space gives
+  // its first editable enum the next value.
+  const bool text = event.input.ch == W_KeyReturn || event.input.ch == W_KeyF1 + 1;
+  const int column = CWTable_FirstEditable(t, text ? WtTableD_kString : WtTableD_kEnum);
+  if ((text || event.input.ch == ' ') && FirstSelected(t, count) < count && column >= 0) {
     ShowRow(t, current);
-    CWTable_EditCell(t, current, static_cast<std::size_t>(CWTable_FirstEditableText(t)));
+    CWTable_EditCell(t, current, static_cast<std::size_t>(column));
     return;
   }
   const std::size_t page = VisibleRows(t);

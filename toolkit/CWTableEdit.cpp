@@ -1,5 +1,5 @@
 // Editing a table's cells: an enum cell goes on to its next value at a
-// click; a string cell is edited in a field drawn over it, which the table
+// click (or Space on the selected row); a string cell is edited in a field drawn over it, which the table
 // keeps while it has the focus (typing, BackSpace and Delete, Left, Right,
 // Home and End; Return writes, Escape forgets, a click elsewhere or the
 // focus going writes). Every edit is logged as the line the replay plays:
@@ -122,9 +122,9 @@ bool CWTable_EditCell(CWTable t, std::size_t row, std::size_t column) {
   return true;
 }
 
-int CWTable_FirstEditableText(CWTable t) {
+int CWTable_FirstEditable(CWTable t, WtTableD_Kind kind) {
   for (std::size_t i = 0; i < WtTableD_ColumnCount(Descr(t)); ++i)
-    if (WtTableD_Column c = Editable(t, i); c != nullptr && WtTableD_KindOf(c) == WtTableD_kString)
+    if (WtTableD_Column c = Editable(t, i); c != nullptr && WtTableD_KindOf(c) == kind)
       return static_cast<int>(i);
   return -1;
 }

@@ -74,8 +74,8 @@ void CWTable_DrawColumnCells(CWTable t, W_GC gc, std::size_t column);
 // Return or F2 on a string cell): an enum takes its next value at once, a
 // string cell gets the editor. False when the cell is not editable.
 bool CWTable_EditCell(CWTable t, std::size_t row, std::size_t column);
-// The first editable string column shown, or -1.
-int CWTable_FirstEditableText(CWTable t);
+// The first editable column of a kind that is shown, or -1.
+int CWTable_FirstEditable(CWTable t, WtTableD_Kind kind);
 // A key while the editor is open. Return writes, Escape forgets; a key the
 // editor has no use for (Tab, the arrows up and down) writes and is left to
 // the table (false).

@@ -356,7 +356,7 @@ TEST_F(EditTableTest, CellsAreEditedInPlaceAndLogged) {
   // with an entry).
   ClickCell(3, 0);
   ASSERT_TRUE(Pump([&] { return rows_[3].state == 0; }));
-  ClickCell(3, 0);
+  user_.Press(XK_space);  // and Space on the selected row
   ASSERT_TRUE(Pump([&] { return rows_[3].state == 1; }));
   EXPECT_STREQ(rows_[2].name, "a br0");
   // A click elsewhere writes the text; the field holds no more than the
