@@ -12,6 +12,7 @@
 #include "image/SImage.h"
 #include "workflow/AutoMisc.h"
 #include "workflow/WFbase.h"
+#include "workflow/WFtest.h"
 
 FEautost_Data* FEautost_data = nullptr;
 AutoDict FEautost_paramDict = nullptr;
@@ -90,6 +91,7 @@ void FEautost_Init() {
   WFmodule_RegisterFrontend(kStartKind, FEautost_SetDefaultParams, FEautost_FrontEnd, WFmodule_NoReferencedFiles);
   WFbase_RegisterStartFolderHooks(FEautost_SetFolderPath, FEautost_SetTransferMode, FEautost_SetFileMode);
   WFbase_RegisterStartEntryProc(FEautost_UpdateTVWcfg);
+  WFtest_RegisterCheck(kStartKind, FEautost_CheckFolder);
 }
 
 // --- Parameters ---------------------------------------------------------------------
@@ -237,31 +239,52 @@ void FEautost_SaveInterval(SAutoRcF rc, const FEautost_Intervals& list, std::int
 
 // --- Batch --------------------------------------------------------------------------
 
-bool FEautost_ApplyParams(StrIn workflow, SAutoRcF rc, StrIn folder, StrOut message) {
-  message.Clear();
-  // 1. The values as the dialog reads them, and what its callbacks make of them.
+namespace {
+
+// The values of rc as the dialog reads them and what its callbacks make of
+// them. `described`: remote starts a description names are kept, to be
+// refused by name without servers rather than dropped as the dialog drops
+// them, and written back numbered from 0 as OK writes them.
+AutoDict ReadAsTheDialog(StrIn workflow, SAutoRcF rc, bool described, FEautost_Data& data) {
   PathStr startDir;
   FEautost_GetDefaultStartdir(workflow, startDir);
   AutoDict dictionary = DefaultsFor(startDir);
   AutoDict_GetAllValues(dictionary, rc, false);
-  FEautost_Data data;
   Strings_Assign(workflow, data.workflow);
   FEautost_LoadRemoteStarts(data, rc);
-  // A description names its remote starts on purpose: without servers they
-  // are refused by name rather than dropped as the dialog drops them. They
-  // are written back numbered from 0, as OK writes them.
-  data.remoteStartsOn = !data.remoteList.empty();
-  data.remoteChanged = data.remoteStartsOn;
+  if (described) {
+    data.remoteStartsOn = !data.remoteList.empty();
+    data.remoteChanged = data.remoteStartsOn;
+  }
   for (std::size_t i = 0; i < FEautost_dependencyCount; ++i) {
     FEautost_ApplyRule(dictionary, data, FEautost_dependencies[i].rule);
   }
-  // 2. OK: the checks, then everything written.
+  return dictionary;
+}
+
+}  // namespace
+
+bool FEautost_ApplyParams(StrIn workflow, SAutoRcF rc, StrIn folder, StrOut message) {
+  message.Clear();
+  FEautost_Data data;
+  AutoDict dictionary = ReadAsTheDialog(workflow, rc, true, data);
+  // OK: the checks, then everything written.
   const bool accepted = FEautost_CheckValues(dictionary, data, message);
   if (accepted) {
     AutoDict_SetAllValues(dictionary, rc);
     FEautost_SetDependentValues(dictionary, rc, folder);
     FEautost_SaveRemoteStarts(data, rc);
   }
+  AutoDict_Destroy(dictionary);
+  return accepted;
+}
+
+bool FEautost_CheckFolder(WFbase workflow, WFfolder folder, StrOut message) {
+  NameStr name;
+  WFbase_GetName(workflow, name);
+  FEautost_Data data;
+  AutoDict dictionary = ReadAsTheDialog(name, WFfolder_RcFile(folder), false, data);
+  const bool accepted = FEautost_CheckValues(dictionary, data, message);
   AutoDict_Destroy(dictionary);
   return accepted;
 }

@@ -35,6 +35,8 @@
 #include "rc/SAutoRcF.h"
 #include "toolkit/I.h"
 #include "watch/TVWcfg.h"
+#include "workflow/WFbase.h"
+#include "workflow/WFfolder.h"
 #include "workflow/WFmodule.h"
 
 // --- The dialog's elements ------------------------------------------------------------
@@ -262,6 +264,11 @@ bool FEautost_ApplyRule(AutoDict dictionary, FEautost_Data& data, FEautost_Rule 
 // then): a description that names one means it. False with the message and
 // rc unchanged when the checks refuse.
 bool FEautost_ApplyParams(StrIn workflow, SAutoRcF rc, StrIn folder, StrOut message);
+// The workflow check of the start folder (registered with WFtest): false,
+// with the message the dialog's OK would show, when OK would refuse its
+// parameters. Remote starts without any server configured pass, as the
+// dialog drops them.
+bool FEautost_CheckFolder(WFbase workflow, WFfolder folder, StrOut message);
 
 // --- The demon entry ----------------------------------------------------------------
 

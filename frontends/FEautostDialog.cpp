@@ -132,7 +132,8 @@ void RemoteOnCB(I_Context, std::int32_t, bool value, std::uintptr_t) {
   ShowRemoteCommands();
 }
 
-// The table reports a new selection or an edited cell.
+// The table reports a new selection or an edited cell (the directory or
+// the delete flag): an edit is a change of the remote starts.
 void TableCB(I_Context, std::int32_t, void*, std::uintptr_t) {
   for (std::size_t i = 0; i < dialog->rows.size() && i < Data().remoteList.size(); ++i) {
     SAutoRcF_RemoteStart& start = Data().remoteList[i];
@@ -190,13 +191,16 @@ WtTableD_Table MakeTable() {
   Messages_GetMsg(FEautost_section, kServerTitle, title);
   WtTableD_Column server = WtTableD_CreateStringColumn(title, offsetof(Row, server), sizeof(Row::server));
   WtTableD_AddColumn(table, server);
+  WtTableD_SetKeyColumns(table, server);
   Messages_GetMsg(FEautost_section, kDirectoryTitle, title);
   WtTableD_Column directory = WtTableD_CreateStringColumn(title, offsetof(Row, directory), sizeof(Row::directory));
   WtTableD_SetFillUpWeight(directory, 1);
+  WtTableD_SetColumnEditable(directory, true);
   WtTableD_AddColumn(table, directory);
   Messages_GetMsg(FEautost_section, kDeleteTitle, title);
   WtTableD_Column remove = WtTableD_CreateEnumColumn(title, offsetof(Row, deleteFiles), 1);
   WtTableD_SetLocalSingleEnum(remove, 1, FEautost_section, kDeleteYes, -1);
+  WtTableD_SetColumnEditable(remove, true);
   WtTableD_AddColumn(table, remove);
   return table;
 }

@@ -9,7 +9,7 @@
 
 Classes_ClassPtr CWHVBox_class = nullptr;
 Classes_ClassPtr CWHVBox_vboxClass = nullptr;
-std::uint32_t CWHVBox_equalSpacingAT = 0, CWHVBox_centerAT = 0, CWHVBox_impliedGlueAT = 0;
+std::uint32_t CWHVBox_equalSpacingAT = 0, CWHVBox_centerAT = 0, CWHVBox_impliedGlueAT = 0, CWHVBox_fillAcrossAT = 0;
 
 namespace {
 
@@ -101,8 +101,8 @@ void MyConfigure(Widget w) {
       Geometry g;
       CWCore_QueryGeometry(c, g);
       const Dim d = CrossDim(box, g);
-      const int cross =
-          static_cast<int>(std::max<std::int64_t>(std::min<std::int64_t>(crossRoom, WtBase_Largest(d)), d.min));
+      const std::int64_t largest = box->fillAcross ? crossRoom : WtBase_Largest(d);
+      const int cross = static_cast<int>(std::max<std::int64_t>(std::min<std::int64_t>(crossRoom, largest), d.min));
       const int free = crossRoom - cross;
       if (box->vertical) {
         const int x = w->innerX + (box->center ? free / 2 : 0);
@@ -172,6 +172,7 @@ void CWHVBox_MyInitClass(Classes_ClassPtr c, void* prototype) {
   CWHVBox_equalSpacingAT = CAttribs_DefAttr(cls, "equalSpacing", 0, &p->equalSpacing);
   CWHVBox_centerAT = CAttribs_DefAttr(cls, "center", 0, &p->center);
   CWHVBox_impliedGlueAT = CAttribs_DefAttr(cls, "impliedGlue", 15, &p->impliedGlue);
+  CWHVBox_fillAcrossAT = CAttribs_DefAttr(cls, "fillAcross", 0, &p->fillAcross);
   p->impliedGlue = Geometry{{0, 0}, {0, 0}};
   p->vertical = false;
 }

@@ -11,7 +11,9 @@
 // stretches the extra goes to those in equal shares. Pixels left over by the
 // division go one each to the first candidates in order. A vertical box
 // fills from the top down. Across the axis a child gets the room within its
-// limits, at the start (left, or top) or centred by "center".
+// limits, at the start (left, or top) or centred by "center"; with
+// "fillAcross" every child gets the whole room across, whatever its limits
+// (the frames of a column of a dialog equally wide).
 #pragma once
 
 #include <vector>
@@ -22,12 +24,13 @@ struct CWHVBox_Rec : CWGroup_Rec {
   bool vertical;
   bool equalSpacing;   // "equalSpacing"
   bool center;         // "center"
+  bool fillAcross;     // "fillAcross"
   Geometry impliedGlue;  // "impliedGlue"
 };
 
 extern Classes_ClassPtr CWHVBox_class;      // "WHBox", keyword "HBOX"
 extern Classes_ClassPtr CWHVBox_vboxClass;  // "WVBox", keyword "VBOX"
-extern std::uint32_t CWHVBox_equalSpacingAT, CWHVBox_centerAT, CWHVBox_impliedGlueAT;
+extern std::uint32_t CWHVBox_equalSpacingAT, CWHVBox_centerAT, CWHVBox_impliedGlueAT, CWHVBox_fillAcrossAT;
 
 void CWHVBox_CreateClass();
 

@@ -334,22 +334,30 @@ void ReportSelection(CWTable t) {
   CWCore_CallCallback(t);
 }
 
-// A reason of a command that cannot be played: message `number` of "CWTable".
-void CommandFailed(unsigned number, const std::string& word = {}) {
+}  // namespace
+
+void CWTable_CommandFailed(unsigned number, const std::string& word) {
   TextStr why;
-  Messages_GetMsg(section, number, why);  // messages: CWTable 1-4
+  Messages_GetMsg(section, number, why);  // messages: CWTable 1-6
   if (!word.empty()) SPrintf_String(why, word);
   WtGuiLog_CommandFailed(why);
 }
 
+namespace {
+
+void CommandFailed(unsigned number, const std::string& word = {}) { CWTable_CommandFailed(number, word); }
+
 // "SELECT <key>...": the rows whose key column shows those texts ("*" all,
-// none no row) are selected and reported as a click would.
+// none no row) are selected and reported as a click would. "CELL ...": an
+// edit (CWTableEdit).
 void MyDoCommand(Widget w, StrIn command) {
   CWTable t = CWTable_Of(w);
   CWTable_State& s = *t->state;
   const WtTableD_Column key = WtTableD_KeyColumn(Descr(t));
   std::vector<std::string> words;
-  if (!WtGuiLog_SplitWords(command, words) || words.empty() || words[0] != "SELECT") return CommandFailed(1);
+  if (!WtGuiLog_SplitWords(command, words) || words.empty()) return CommandFailed(1);
+  if (words[0] == "CELL") return CWTable_PlayCell(t, words);
+  if (words[0] != "SELECT") return CommandFailed(1);
   if (key == nullptr || t->selectMode == 0) return CommandFailed(2);
   const bool all = words.size() == 2 && words[1] == "*";
   std::vector<bool> chosen(s.rows.size(), all);
@@ -378,7 +386,12 @@ void APress(Widget w, W_Event& event) {
   CWTable_State& s = *t->state;
   if (!CWShell_HasFocus(w) && CWCore_AcceptFocus(w, false)) CWShell_RequestFocus(w);
   s.changedOnPress = s.pressedOnRow = false;
+  s.pressedColumn = -1;
   const int x = event.input.x, y = event.input.y;
+  // A press in the cell being edited moves its cursor; anywhere else it
+  // writes the text first.
+  if (CWTable_EditorPress(t, RowAt(t, y), ColumnAt(t, x), x)) return;
+  CWTable_CloseEditor(t, true);
   if (InScrollBar(t, x)) {
     bool drag = false;
     const std::size_t first = CWTable_ScrollBarPress(Bar(t), y, drag, s.dragOffset);
@@ -392,7 +405,13 @@ void APress(Widget w, W_Event& event) {
     if (t->sortable && column >= 0) SortBy(t, column);
   } else if (row >= 0) {
     s.pressedOnRow = true;
+    s.pressedRow = static_cast<std::size_t>(row);
+    s.pressedColumn = ColumnAt(t, x);
     s.changedOnPress = Select(t, static_cast<std::size_t>(row), event.input.state);
+    // An editable enum cell takes its next value at each click.
+    WtTableD_Column c = WtTableD_GetColumn(Descr(t), static_cast<std::size_t>(std::max(s.pressedColumn, 0)));
+    if (s.pressedColumn >= 0 && WtTableD_KindOf(c) == WtTableD_kEnum)
+      CWTable_EditCell(t, static_cast<std::size_t>(row), static_cast<std::size_t>(s.pressedColumn));
   }
 }
 
@@ -407,7 +426,14 @@ void ARelease(Widget w, W_Event&) {
   CWTable t = CWTable_Of(w);
   CWTable_State& s = *t->state;
   s.dragging = false;
-  if (s.pressedOnRow && (s.changedOnPress || WtEvents_doubleClickFlag)) ReportSelection(t);
+  // A double click on an editable text cell opens its editor rather than
+  // being reported.
+  const std::size_t row = s.pressedRow;
+  const bool edit = s.pressedOnRow && WtEvents_doubleClickFlag && s.pressedColumn >= 0 && row < s.rows.size() &&
+                    WtTableD_KindOf(WtTableD_GetColumn(Descr(t), static_cast<std::size_t>(s.pressedColumn))) ==
+                        WtTableD_kString &&
+                    CWTable_EditCell(t, row, static_cast<std::size_t>(s.pressedColumn));
+  if (s.pressedOnRow && (s.changedOnPress || (WtEvents_doubleClickFlag && !edit))) ReportSelection(t);
   s.pressedOnRow = s.changedOnPress = false;
 }
 
@@ -422,9 +448,19 @@ void AWheel(Widget w, W_Event& event) {
 void AKey(Widget w, W_Event& event) {
   CWTable t = CWTable_Of(w);
   CWTable_State& s = *t->state;
+  if (CWTable_EditorKey(t, event)) return;
   const std::size_t count = s.rows.size();
   if (count == 0 || t->selectMode == 0) return WTranslt_ReturnEvent(w, event);
   const std::size_t current = FirstSelected(t, s.top);
+  // Return or F2 edits the selected row's first editable text, Space gives
+  // its first editable enum the next value.
+  const bool text = event.input.ch == W_KeyReturn || event.input.ch == W_KeyF1 + 1;
+  const int column = CWTable_FirstEditable(t, text ? WtTableD_kString : WtTableD_kEnum);
+  if ((text || event.input.ch == ' ') && FirstSelected(t, count) < count && column >= 0) {
+    ShowRow(t, current);
+    CWTable_EditCell(t, current, static_cast<std::size_t>(column));
+    return;
+  }
   const std::size_t page = VisibleRows(t);
   std::size_t row;
   switch (event.input.ch) {
@@ -448,6 +484,7 @@ bool MyAcceptFocus(Widget w, bool) {
 }
 
 void MyReleaseFocus(Widget w) {
+  CWTable_CloseEditor(CWTable_Of(w), true);
   CWTable_Of(w)->state->focused = false;
   Redraw(CWTable_Of(w));
 }
@@ -460,6 +497,7 @@ void MySetValue(Widget w, const WidgetValue& value) {
   CWTable_State& s = *t->state;
   WtTableD_Column key = WtTableD_KeyColumn(Descr(t));
   const std::string topKey = key != nullptr && s.top < s.rows.size() ? WtTableD_CellText(key, s.rows[s.top]) : "";
+  s.editor = CWTable_Editor{};  // its record may be gone
   s.rows.clear();
   WtTableD_Record* head = nullptr;
   if (WtTypes_TSize(value.widgetType) >= sizeof head) std::memcpy(&head, value.VALUE, sizeof head);
@@ -509,6 +547,7 @@ void MyQueryGeometry(Widget w, Geometry& result) {
 void MyConfigure(Widget w) { Layout(CWTable_Of(w)); }
 
 void MyUnrealize(Widget w) {
+  CWTable_Of(w)->state->editor = CWTable_Editor{};
   ReleaseIcons(CWTable_Of(w));
   Super()->Unrealize(w);
 }

@@ -28,6 +28,12 @@
 // pointer rests on the cell, whenever tips are on), progress columns (a bar
 // and its percentage, of a fixed width) and hide columns: a hidden column
 // takes no room, has no header and no grid line, and no click finds it.
+//
+// Editable columns (WtTableD_SetColumnEditable): a click on an enum cell, or
+// Space on the selected row, gives it its next value; a double click, or
+// Return or F2 on the selected row, edits a text in a field over the cell
+// (Return or leaving writes, Escape forgets). An edit goes into the record,
+// is logged ("CELL", which DoCommand plays) and reported as the value.
 #pragma once
 
 #include <cstddef>

@@ -197,6 +197,7 @@ void CWTable_DrawContents(CWTable t, W_GC gc) {
   for (std::size_t i = 1; i < t->state->columnX.size(); ++i) VertLine(t, gc, i);
   DrawHeader(t, gc);
   DrawFocus(t, gc);
+  CWTable_DrawEditor(t, gc);
 }
 
 void CWTable_DrawColumnCells(CWTable t, W_GC gc, std::size_t column) {
@@ -215,4 +216,5 @@ void CWTable_DrawColumnCells(CWTable t, W_GC gc, std::size_t column) {
   while (next < s.columnX.size() && !Drawn(t, next)) ++next;
   VertLine(t, gc, next);
   DrawFocus(t, gc);
+  CWTable_DrawEditor(t, gc);
 }

@@ -82,6 +82,13 @@ bool FillOpened(ITreeSel_DirTree t, CWTree_Node* first) {
   return filled;
 }
 
+void Deselect(CWTree_Node* first) {
+  for (CWTree_Node* n = first; n != nullptr; n = n->next) {
+    n->selected = false;
+    Deselect(n->firstChild);
+  }
+}
+
 void Collect(ITreeSel_DirTree t, const CWTree_Node* first, bool files, std::vector<std::string>& out) {
   for (const CWTree_Node* n = first; n != nullptr; n = n->next) {
     if (n->selected && (n->icon == kFileIcon) == files) out.push_back(t->paths.at(n));
@@ -165,6 +172,33 @@ std::string ITreeSel_NodePath(ITreeSel_DirTree tree, const CWTree_Node* node) {
   return found != tree->paths.end() ? found->second : "";
 }
 
+CWTree_Node* ITreeSel_OpenAt(ITreeSel_DirTree tree, StrIn path) {
+  if (tree == nullptr) return nullptr;
+  const std::string& root = tree->paths[tree->first];
+  std::string rest = path.Str();
+  while (rest.size() > 1 && rest.back() == '/') rest.pop_back();
+  if (rest != root && rest.rfind(root + "/", 0) != 0) return nullptr;
+  rest.erase(0, root.size());
+  CWTree_Node* node = tree->first;
+  std::vector<CWTree_Node*> opened;
+  for (std::size_t at = 1; at < rest.size() && node != nullptr;) {
+    const std::size_t end = std::min(rest.find('/', at), rest.size());
+    const std::string name = rest.substr(at, end - at);
+    at = end + 1;
+    if (name.empty()) continue;
+    if (node->expandable && node->firstChild == nullptr) Fill(tree, node);
+    opened.push_back(node);
+    CWTree_Node* child = node->firstChild;
+    while (child != nullptr && child->text != name) child = child->next;
+    node = child;
+  }
+  if (node == nullptr) return nullptr;
+  for (CWTree_Node* n : opened) n->expanded = true;
+  Deselect(tree->first);
+  node->selected = true;
+  return node;
+}
+
 std::vector<std::string> ITreeSel_SelectedPaths(ITreeSel_DirTree tree, bool files) {
   std::vector<std::string> out;
   if (tree != nullptr) Collect(tree, tree->first, files, out);
@@ -173,8 +207,10 @@ std::vector<std::string> ITreeSel_SelectedPaths(ITreeSel_DirTree tree, bool file
 
 // --- The chooser ---------------------------------------------------------------------------------
 
-bool ITreeSel_SelectMultipleFiles(StrIn title, StrIn root, StrIn filter, bool multiple,
-                                  std::vector<std::string>& chosen) {
+namespace {
+
+// The chooser, opened at `start` (empty: at the top).
+bool Choose(StrIn title, StrIn root, StrIn filter, bool multiple, StrIn start, std::vector<std::string>& chosen) {
   chosen.clear();
   Chooser c;
   c.context = Messages_Quietly([] { return I_Create("ITreeSel_Choose", false); });
@@ -186,6 +222,8 @@ bool ITreeSel_SelectMultipleFiles(StrIn title, StrIn root, StrIn filter, bool mu
   c.tree = ITreeSel_CreateDirTree(top, filter, nullptr, 0);
   const std::uint8_t mode = multiple ? 2 : 1;
   I_SetReprAttr(c.context, kTreeElement, SIdPool_EnterId("selectMode"), &mode, 1);
+  const bool scroll = !start.Empty() && ITreeSel_OpenAt(c.tree, start) != nullptr;
+  I_SetReprAttr(c.context, kTreeElement, SIdPool_EnterId("autoPos"), &scroll, 1);
   I_SetReprAttr(c.context, -1, SIdPool_EnterId("title"), title.Str().c_str(),
                 static_cast<std::uint32_t>(title.Length() + 1));
   I_PutSTRING(c.context, kHeading, title);
@@ -201,6 +239,13 @@ bool ITreeSel_SelectMultipleFiles(StrIn title, StrIn root, StrIn filter, bool mu
   return c.confirmed && !chosen.empty();
 }
 
+}  // namespace
+
+bool ITreeSel_SelectMultipleFiles(StrIn title, StrIn root, StrIn filter, bool multiple,
+                                  std::vector<std::string>& chosen) {
+  return Choose(title, root, filter, multiple, "", chosen);
+}
+
 bool ITreeSel_SelectADirectory(StrIn title, StrIn root, StrOut directory) {
   directory.Clear();
   std::vector<std::string> chosen;
@@ -212,7 +257,7 @@ bool ITreeSel_SelectADirectory(StrIn title, StrIn root, StrOut directory) {
 bool ITreeSel_SelectAFile(StrIn title, StrIn filter, StrIn start, StrOut file) {
   const std::string startValue = start.Str();
   std::vector<std::string> chosen;
-  const bool confirmed = ITreeSel_SelectMultipleFiles(title, "", filter, false, chosen);
+  const bool confirmed = Choose(title, "", filter, false, startValue, chosen);
   Strings_Assign(confirmed ? chosen.front() : startValue, file);
   return confirmed;
 }

@@ -27,6 +27,8 @@ bool ITreeSel_SelectMultipleFiles(StrIn title, StrIn root, StrIn filter, bool mu
                                   std::vector<std::string>& chosen);
 // One file below the projects directory whose name matches `filter`: true
 // and its path when the user chose one; otherwise `file` is `start` again.
+// The tree opens at `start` (a path below the projects directory), which is
+// chosen until the user chooses another.
 bool ITreeSel_SelectAFile(StrIn title, StrIn filter, StrIn start, StrOut file);
 // One directory below `root`: true and its path when the user chose one.
 bool ITreeSel_SelectADirectory(StrIn title, StrIn root, StrOut directory);
@@ -54,6 +56,9 @@ CWTree_Node* const* ITreeSel_DirTreeValue(ITreeSel_DirTree tree);
 // After the TREE reported: reads the directories the user opened that were
 // not read yet; whether there were any (then the value is put again).
 bool ITreeSel_FillOpened(ITreeSel_DirTree tree);
+// Opens the nodes down to `path` (reading them), selects its node alone and
+// gives it; nil, the selection unchanged, when `path` is not in the tree.
+CWTree_Node* ITreeSel_OpenAt(ITreeSel_DirTree tree, StrIn path);
 // The path of a node of the tree; empty for a node of another.
 std::string ITreeSel_NodePath(ITreeSel_DirTree tree, const CWTree_Node* node);
 // The paths of the selected nodes in tree order: directories, or with

@@ -17,6 +17,7 @@ struct WtTableD_ColumnRec {
   int nullWidth = 0;
   unsigned fillUp = 0;
   bool shown = true;
+  bool editable = false;
   struct Entry {
     std::string text;
     int icon = -1;
@@ -101,6 +102,11 @@ WtTableD_Column WtTableD_CreateProgressColumn(StrIn header, std::uint32_t offset
 
 void WtTableD_SetColumnShown(WtTableD_Column column, bool shown) { column->shown = shown; }
 bool WtTableD_ColumnShown(WtTableD_Column column) { return column->shown; }
+
+void WtTableD_SetColumnEditable(WtTableD_Column column, bool editable) {
+  column->editable = editable && (column->kind == WtTableD_kString || column->kind == WtTableD_kEnum);
+}
+bool WtTableD_ColumnEditable(WtTableD_Column column) { return column->editable; }
 
 void WtTableD_SetRowColorsProc(WtTableD_Table table, WtTableD_RowColorsProc proc, void* data) {
   table->rowColors = proc;
@@ -198,4 +204,41 @@ int WtTableD_Compare(WtTableD_Column column, const WtTableD_Record* a, const WtT
     }
     default: return 0;
   }
+}
+
+// --- Editing cells -----------------------------------------------------------------------------
+
+std::size_t WtTableD_TextCapacity(WtTableD_Column column) {
+  return column->kind == WtTableD_kString && column->size > 0 ? column->size - 1 : 0;
+}
+
+bool WtTableD_SetCellText(WtTableD_Column column, WtTableD_Record* record, StrIn text) {
+  if (column->kind != WtTableD_kString || text.Length() > WtTableD_TextCapacity(column)) return false;
+  char* field = reinterpret_cast<char*>(record) + column->offset;
+  std::memset(field, 0, column->size);
+  std::memcpy(field, text.Data(), text.Length());
+  return true;
+}
+
+std::uint32_t WtTableD_CellValue(WtTableD_Column column, const WtTableD_Record* record) {
+  return column->kind == WtTableD_kEnum ? EnumValue(column, record) : 0;
+}
+
+void WtTableD_SetCellValue(WtTableD_Column column, WtTableD_Record* record, std::uint32_t value) {
+  if (column->kind != WtTableD_kEnum) return;
+  std::uint8_t* field = reinterpret_cast<std::uint8_t*>(record) + column->offset;
+  if (column->size == 1) {
+    *field = static_cast<std::uint8_t>(value);
+  } else if (column->size == 2) {
+    const auto v = static_cast<std::uint16_t>(value);
+    std::memcpy(field, &v, 2);
+  } else {
+    std::memcpy(field, &value, 4);
+  }
+}
+
+std::uint32_t WtTableD_NextValue(WtTableD_Column column, std::uint32_t value) {
+  const auto next = column->entries.upper_bound(value);
+  if (next != column->entries.end()) return next->first;
+  return 0;  // past the last entry
 }

@@ -16,6 +16,10 @@
 // Free width goes to the columns with a fill-up weight, in proportion. The
 // key column identifies a record across new lists: the row at the top
 // stays the same record, and sorting breaks ties by it.
+//
+// A string or enum column may be editable: the user changes the record's
+// field in place (a string in a field over the cell, an enum by a click
+// that goes on to the next value) and the table reports its list again.
 #pragma once
 
 #include <cstddef>
@@ -65,6 +69,9 @@ void WtTableD_SetKeyColumns(WtTableD_Table table, WtTableD_Column key);
 // Columns are shown at first; a hidden one takes no width (tell the widget
 // with CWTable_ColumnsChanged).
 void WtTableD_SetColumnShown(WtTableD_Column column, bool shown);
+// Lets the user edit a string or enum column's cells (other kinds stay
+// read-only).
+void WtTableD_SetColumnEditable(WtTableD_Column column, bool editable);
 
 // The program's colours of a record's row, its background and its text;
 // false keeps the table's own.
@@ -90,6 +97,7 @@ unsigned WtTableD_FillUpWeight(WtTableD_Column column);
 // A null or progress column's width.
 int WtTableD_NullWidth(WtTableD_Column column);
 bool WtTableD_ColumnShown(WtTableD_Column column);
+bool WtTableD_ColumnEditable(WtTableD_Column column);
 // A progress column's percentage for a record (below 0: nothing to show).
 double WtTableD_CellProgress(WtTableD_Column column, const WtTableD_Record* record);
 // The row's colours through the table's procedure; false: the table's own.
@@ -104,3 +112,17 @@ std::string WtTableD_CellText(WtTableD_Column column, const WtTableD_Record* rec
 int WtTableD_CellIcon(WtTableD_Column column, const WtTableD_Record* record);
 // Orders two records by a column (texts by bytes, enums by value).
 int WtTableD_Compare(WtTableD_Column column, const WtTableD_Record* a, const WtTableD_Record* b);
+
+// --- Editing cells (the widget) ---------------------------------------------------------------
+
+// The most bytes a string column's field holds (its terminating zero aside).
+std::size_t WtTableD_TextCapacity(WtTableD_Column column);
+// Writes a string cell; false (the record unchanged) when the text does not
+// fit or the column is no string column.
+bool WtTableD_SetCellText(WtTableD_Column column, WtTableD_Record* record, StrIn text);
+// An enum cell's value, and writing it (the field's size bounds the value).
+std::uint32_t WtTableD_CellValue(WtTableD_Column column, const WtTableD_Record* record);
+void WtTableD_SetCellValue(WtTableD_Column column, WtTableD_Record* record, std::uint32_t value);
+// The value a click gives an enum cell: the next of 0 and the values with
+// an entry, in ascending order, after the last 0 again.
+std::uint32_t WtTableD_NextValue(WtTableD_Column column, std::uint32_t value);

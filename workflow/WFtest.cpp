@@ -9,6 +9,7 @@
 #include "workflow/WFtest.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -36,29 +37,9 @@ constexpr WFfolder_FolderKind kRip = 3, kJawsRip = 4, kPs2Pdf = 7, kCt2Pdf = 8, 
                               kBitmapProof = 40, kSort = 44, kJxkInput = 47, kDiffPosition = 50,
                               kRemoteCopy = 51, kProfileTagger = 52, kCip3 = 53;
 
-// The parameter checks of the front ends, by folder kind: a fixed table,
-// not a registration. A kind whose front end is not built yet has no
-// procedure and passes; the front end enters its CheckValues here.
-using CheckValuesProc = bool (*)(SAutoRcF rc, StrOut reason);
-struct FrontEndCheck {
-  WFfolder_FolderKind kind;
-  CheckValuesProc checkValues;
-};
-constexpr FrontEndCheck kFrontEndChecks[] = {
-    {16, nullptr},  // FEpdfPaste
-    {21, nullptr},  // FEwfCallasPrfl
-    {25, nullptr},  // FEwfJoin
-    {32, nullptr},  // FEautosw
-    {36, nullptr},  // FEwfColorX
-    {40, nullptr},  // JxwfBmPr
-    {41, nullptr},  // FEwfWebChk
-    {44, nullptr},  // FEautosr
-    {45, nullptr},  // FEwfDist
-    {50, nullptr},  // FEwfDiffPo
-    {51, nullptr},  // FEwfRemoteCopy
-    {52, nullptr},  // FEwfProfileTag
-    {53, nullptr},  // FEwfCIP3
-};
+// The parameter checks the front ends registered, by folder kind; the
+// workflow layer knows no front end.
+std::array<WFtest_CheckProc, kWFfolderMaxKind + 1> checks{};
 
 WFtest_MarkProc markProc = nullptr;
 WFfolder faultyFolder = nullptr;
@@ -156,6 +137,7 @@ bool Matches(StrIn pattern, StrIn text) {
 // passed with, `onPath` the folders of the road to the folder walked.
 struct Walk {
   void* view;
+  WFbase workflow;
   WFfolder start;
   std::unordered_map<WFfolder, std::vector<std::string>> passed;
   std::unordered_set<WFfolder> onPath;
@@ -174,7 +156,7 @@ struct Walk {
   // inlined: its buffers stay off the frames of the walk's recursion.
   [[gnu::noinline]] bool CheckFolder(WFfolder folder, WFfolder previous, const std::string& format) {
     TextStr reason;
-    if (!WFtest_CheckSettings(folder, reason)) {
+    if (!WFtest_CheckSettings(workflow, folder, reason)) {
       Fail(folder, 0);
       if (!StrIn(reason).Empty()) WFbase_ShowText(reason);
       return false;
@@ -257,22 +239,22 @@ bool WFtest_CheckWorkflow(void* view, WFbase workflow) {
   if (workflow == nullptr) return false;
   WFbase_SetDone(workflow, false);
   const WFfolder start = WFbase_StartFolder(workflow);
-  Walk walk{view, start, {}, {}};
+  Walk walk{view, workflow, start, {}, {}};
   return walk.Folders(start, nullptr, "");
 }
 
 WFfolder WFtest_FaultyFolder() { return faultyFolder; }
 unsigned WFtest_FaultMessage() { return faultMessage; }
 
-bool WFtest_CheckSettings(WFfolder folder, StrOut reason) {
+bool WFtest_CheckSettings(WFbase workflow, WFfolder folder, StrOut reason) {
   Strings_Assign("", reason);
   if (folder == nullptr) return true;
-  for (const FrontEndCheck& check : kFrontEndChecks) {
-    if (check.kind == WFfolder_Kind(folder) && check.checkValues != nullptr) {
-      return check.checkValues(WFfolder_RcFile(folder), reason);
-    }
-  }
-  return true;
+  const WFfolder_FolderKind kind = WFfolder_Kind(folder);
+  return kind >= checks.size() || checks[kind] == nullptr || checks[kind](workflow, folder, reason);
+}
+
+void WFtest_RegisterCheck(WFfolder_FolderKind kind, WFtest_CheckProc proc) {
+  if (kind < checks.size()) checks[kind] = proc;
 }
 
 bool WFtest_GetOutformat(WFfolder folder, std::uint32_t out, StrOut format) {

@@ -31,6 +31,14 @@ using WFtest_MarkProc = void (*)(void* view, WFfolder folder, WFfolder other);
 // Nil (the start): no marks.
 void WFtest_RegisterMarkProc(WFtest_MarkProc proc);
 
+// --- The front ends' side, registered at their start-up ------------------------------------
+
+// What a front end's OK would say of a folder's parameters: false, with the
+// front end's words in `reason`, for values its dialog would refuse.
+using WFtest_CheckProc = bool (*)(WFbase workflow, WFfolder folder, StrOut reason);
+// The check of folder kind `kind`; nil: the kind's folders pass.
+void WFtest_RegisterCheck(WFfolder_FolderKind kind, WFtest_CheckProc proc);
+
 // --- Checks ------------------------------------------------------------------------------
 
 // True when `workflow` passes. The marks of `view` are cleared first, and
@@ -43,10 +51,10 @@ bool WFtest_CheckWorkflow(void* view, WFbase workflow);
 WFfolder WFtest_FaultyFolder();
 unsigned WFtest_FaultMessage();
 
-// The parameter check of one folder by the front end of its kind. True for
-// nil and for kinds that have no check; false with the front end's words in
-// `reason` (emptied first).
-bool WFtest_CheckSettings(WFfolder folder, StrOut reason);
+// The parameter check of one folder of `workflow` by the front end of its
+// kind. True for nil and for kinds without a registered check; false with
+// the front end's words in `reason` (emptied first).
+bool WFtest_CheckSettings(WFbase workflow, WFfolder folder, StrOut reason);
 // The format of the files that leave `folder` through out `out` (a suffix
 // such as ".pdf"), from its kind, mode and options; true when it is known.
 // Empty for a folder without that out.

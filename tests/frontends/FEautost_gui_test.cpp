@@ -1,7 +1,8 @@
 // The start folder's dialog on a private X server, answered through the GUI
 // log's replay as an operator would answer it: its title, Cancel, a start
 // directory refused on OK with the dialog kept open, a new transfer mode
-// with its first command, the dependent values and dropped remote starts.
+// with its first command, the dependent values and dropped remote starts;
+// remote starts edited in their table, replayed and by the keyboard.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -11,13 +12,19 @@
 #include "base/Argument.h"
 #include "base/Messages.h"
 #include "base/SIdPool.h"
+#include "distribution/RWconfig.h"
 #include "frontends/FEautost.h"
 #include "frontends/FEwfGenr.h"
 #include "tests/support/TestFiles.h"
+#include "tests/toolkit/XUser.h"
 #include "tests/toolkit/XvfbServer.h"
+#include "toolkit/CWShell.h"
+#include "toolkit/CWTable.h"
 #include "toolkit/IReplay.h"
 #include "workflow/AutoMisc.h"
 #include "workflow/WFbase.h"
+// Xlib last: its macros would hide names of the headers above.
+#include <X11/keysym.h>
 
 namespace {
 
@@ -127,6 +134,55 @@ TEST_F(StartDialog, DependentValuesAndDroppedRemoteStartsReachTheRc) {
   SAutoRcF_SetRemoteStart(rc_, 0, start);
   EXPECT_TRUE(Edit("AOBJ FEautost 1 0\n"));
   EXPECT_EQ(SAutoRcF_RemoteStartCount(rc_), 0u);
+}
+
+RWconfig servers = nullptr;
+RWconfig_Rec* Servers(StrOut) { return servers; }
+
+// The operator's keys, sent while the dialog runs: a double click on the
+// second directory, a character typed, Return; then Escape cancels.
+void TypeIntoSecondDirectory(std::uintptr_t) {
+  I_Context dialog = FEautost_Dialog();
+  Widget table = dialog != nullptr ? I_AccessWidget(dialog, 19) : nullptr;
+  Regions_Rect cell;
+  if (table == nullptr || !static_cast<CWShell>(I_AccessWidget(dialog, 111))->exposed ||
+      !CWTable_CellPlace(table, 1, 1, cell)) {
+    I_ScheduleTask(50, TypeIntoSecondDirectory, 0);
+    return;
+  }
+  XUser user;
+  for (int click = 0; click < 2; ++click) user.ClickAt(table, cell.x + cell.width / 2, cell.y + cell.height / 2);
+  user.Type("2");
+  user.Press(XK_Return);
+  user.Press(XK_Escape);
+}
+
+TEST_F(StartDialog, RemoteStartsEditedInTheirTableAreKeptEvenOnCancel) {
+  // Two remote starts of the server press1, which the remote watch knows.
+  TextStr error;
+  ASSERT_TRUE(servers != nullptr || RWconfig_Load(servers, error)) << error;
+  SAutoRcF_RemoteStart start;
+  Strings_Assign("press1", start.server);
+  RWbase_Server press1;
+  Strings_Assign(start.server, press1.name);
+  RWconfig_AddOrReplaceServer(servers, press1);
+  WFbase_RegisterRemoteWatch(WFbase_RemoteWatch{Servers, nullptr});
+  for (std::uint32_t i = 0; i < 2; ++i) {
+    Strings_Assign(StrIn::C(i == 0 ? "/a" : "/hot"), start.directory);
+    SAutoRcF_SetRemoteStart(rc_, i, start);
+  }
+  const auto saved = [&](std::uint32_t index) {
+    SAutoRcF_GetRemoteStart(rc_, index, start);
+    return StrIn(start.directory).Str() + (start.deleteFiles ? " delete" : "");
+  };
+  // Replayed, the second row of press1 by its number; then by the keys.
+  EXPECT_TRUE(Edit("COMMAND FEautost 19 CELL press1 2 1 /hot2\nCOMMAND FEautost 19 CELL press1 1 2 1\n"
+                   "AOBJ FEautost 1 1\n"));
+  EXPECT_EQ(saved(0) + ", " + saved(1), "/a delete, /hot2");
+  I_ScheduleTask(50, TypeIntoSecondDirectory, 0);
+  EXPECT_TRUE(WFmodule_EditParams(1, "flowA", "start", rc_, Board()));
+  EXPECT_EQ(saved(0) + ", " + saved(1), "/a delete, /hot22");
+  WFbase_RegisterRemoteWatch(WFbase_RemoteWatch{});
 }
 
 }  // namespace

@@ -19,6 +19,7 @@
 #include "tests/support/TestFiles.h"
 #include "workflow/AutoMisc.h"
 #include "workflow/WFbase.h"
+#include "workflow/WFtest.h"
 #include "workflow/WFtvwCfg.h"
 
 namespace {
@@ -149,6 +150,23 @@ TEST_F(FEautostTest, TheModelsHooksKeepTheFirstCommandInStep) {
   EXPECT_EQ(Cmd(start), "imgln");
   WFbase_SetStartTransferMode(workflow, 3);
   EXPECT_EQ(Cmd(start), "jobticket.sh -p " + Root() + "/w");
+  WFbase_DestroyWorkflow(workflow);
+}
+
+// The workflow check refuses a start that OK would refuse, with OK's words.
+TEST_F(FEautostTest, TheWorkflowCheckRefusesWhatOKRefuses) {
+  WFbase workflow = WFbase_CreateWorkflow("w", false);
+  const WFfolder start = WFbase_StartFolder(workflow);
+  WFfolder_SetStringOpt(start, "STARTDIR", site->Path() + "/flow_x_12");
+  EXPECT_FALSE(WFtest_CheckWorkflow(nullptr, workflow));
+  EXPECT_EQ(WFtest_FaultyFolder(), start);
+  TextStr message;
+  EXPECT_FALSE(FEautost_CheckFolder(workflow, start, message));
+  EXPECT_NE(StrIn(message).Str().find("flow_x_12 is named like a hot folder"), std::string::npos) << message;
+  // A good start passes; the walk goes on to the unfinished branch.
+  WFfolder_SetStringOpt(start, "STARTDIR", site->Path() + "/flow_x");
+  EXPECT_FALSE(WFtest_CheckWorkflow(nullptr, workflow));
+  EXPECT_NE(WFtest_FaultyFolder(), start);
   WFbase_DestroyWorkflow(workflow);
 }
 

@@ -448,6 +448,9 @@ TEST_F(Wfinstall, TheStartFolderGetsItsFrontEndsValuesAndChecks) {
     const RunResult r = Install("workflow a\n\nstart in -> ren " + params + "\nrename ren -> outdir\n", {"-n"});
     EXPECT_EQ(r.status, 1) << params;
     EXPECT_TRUE(Has(r.err, site.Path() + "/wf.txt, line 3: ")) << r.err;
+    // Said once: the refusal ends the install before the workflow's check,
+    // which would say it again.
+    EXPECT_EQ(r.err.find(words), r.err.rfind(words)) << r.err;
     EXPECT_TRUE(Has(r.err, words)) << r.err;
     EXPECT_EQ(Everything(), before) << params;
   }

@@ -171,6 +171,11 @@ TEST_F(BoxTest, AVerticalBoxFillsFromTheTopDown) {
             std::tuple(50 + 70 - 1, 10, a->y - 4, 10 + 30, 51));
   // a: 20 + stretch 10 of a 58 wide room.
   EXPECT_EQ(std::tuple(a->x, a->width, c->width), std::tuple(101, 30, 5));
+  // With "fillAcross" every child is as wide as the room, whatever its limits.
+  bool on = true, ok;
+  CObject_SetAttr(box_, CWHVBox_fillAcrossAT, &on, 1, ok);
+  WtWnds_ConfigureWidget(box_, 100, 50, 61, 70);
+  EXPECT_EQ(std::tuple(a->width, b->width, c->width), std::tuple(59, 59, 59));
 }
 
 TEST_F(BoxTest, CentredAndEquallySpaced) {

@@ -228,4 +228,17 @@ TEST_F(Chooser, GivesWhatWasChosenAndNothingAfterCancel) {
   EXPECT_EQ(files, std::vector<std::string>{root_.Path() + "/jobs/2025/cover.pdf"});
 }
 
+TEST_F(Chooser, AFileOpensAtItsStartChosen) {
+  // The projects directory is the root; OK at once takes the start (a box
+  // that ignored it would take nothing and be cancelled).
+  const char* old = getenv("TV_PROJECTS");
+  const std::string projects = old != nullptr ? old : "", file = root_.Path() + "/jobs/2025/cover.pdf";
+  setenv("TV_PROJECTS", root_.Path().c_str(), 1);
+  ASSERT_TRUE(Start("AOBJ ITreeSel_Choose 1 1\nAOBJ ITreeSel_Choose 1 2\n"));
+  PathStr chosen;
+  EXPECT_TRUE(ITreeSel_SelectAFile("Which?", "\\.pdf$", file, chosen));
+  setenv("TV_PROJECTS", projects.c_str(), 1);
+  EXPECT_EQ(StrIn(chosen).Str(), file);
+}
+
 }  // namespace

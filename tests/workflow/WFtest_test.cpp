@@ -125,6 +125,15 @@ TEST_F(WFtestTest, EachFaultIsToldAndMarked) {
   EXPECT_FALSE(WFtest_CheckWorkflow(nullptr, workflow));
   EXPECT_TRUE(marks.empty());
   EXPECT_FALSE(WFtest_CheckWorkflow(&marks, WFbase_NilWorkflow()));
+  // A front end's check of its kind refuses with its own words; none, and
+  // the folder passes.
+  WFtest_RegisterCheck(kWFfolderStart, [](WFbase, WFfolder, StrOut reason) {
+    Strings_Assign("start refused", reason);
+    return false;
+  });
+  EXPECT_EQ(Check(end, start), "0: start refused");
+  WFtest_RegisterCheck(kWFfolderStart, nullptr);
+  EXPECT_EQ(Check(end), "");
 }
 
 // A join reached on two roads with two formats is checked with both: that
