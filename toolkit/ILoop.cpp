@@ -232,17 +232,20 @@ void I_Yield() {
 void I_SingleEventLoopIteration() {
   WtCursor_RestoreCursors();
   const bool replaying = IReplay_Running();
-  if (!WtEvents_Pending() && (!idleTasks.empty() || !tasks.empty() || replaying) && !duringTask) {
+  // No task runs while one runs (in the loop of a box it opened), but the
+  // replay plays on there: it is the user's input, as events are.
+  const bool taskMayRun = !duringTask && (!idleTasks.empty() || !tasks.empty());
+  if (!WtEvents_Pending() && (taskMayRun || replaying)) {
     // A replayed line is user input: it waits for the events of the line
     // before and for due tasks, and beats idle work.
-    const std::int64_t task = I_TimeTillNextTask();
+    const std::int64_t task = duringTask ? -1 : I_TimeTillNextTask();
     const std::int64_t line = IReplay_TimeTillNext();
     if (task == 0) {
       ExecuteScheduledTask(I_GetSysTimeStamp());
       IReplay_Check();
     } else if (line == 0) {
       IReplay_Check();
-    } else if (!RunIdleTask()) {
+    } else if (duringTask || !RunIdleTask()) {
       const std::int64_t wait = task < 0 ? line : line < 0 ? task : std::min(task, line);
       if (wait >= 1 && !W_WaitForEvents(static_cast<int>(wait))) {
         ExecuteScheduledTask(I_GetSysTimeStamp());

@@ -157,7 +157,7 @@ void PlayInDialog(const std::string& word, const std::string& line, std::size_t 
       replay.waitingSince = now;
     }
     if (SDateAri_DiffMilliseconds(now, replay.waitingSince) >= replay.contextWaitMs)
-      return Fail(Why(4, dialog, std::to_string(replay.contextWaitMs / 1000)));
+      return Fail(Why(4, dialog, std::to_string(replay.contextWaitMs)));
     replay.resumeAt = SDateAri_AddMilliseconds(now, 20);
     return;
   }

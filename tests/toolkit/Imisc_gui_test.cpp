@@ -1,7 +1,8 @@
 // Message boxes and progress windows of "marldlg" on a private X server,
 // answered by a user who waits for each box to show: the answer is the
 // button's, the caller's words label the buttons, Escape breaks a progress
-// window, and a program's catalog replaces a base dialog.
+// window, a program's catalog replaces a base dialog, and the replay
+// answers the boxes a task opens.
 #include "toolkit/Imisc.h"
 
 #include <gtest/gtest.h>
@@ -10,9 +11,11 @@
 #include <string>
 
 #include "base/SIdPool.h"
+#include "tests/support/TestFiles.h"
 #include "tests/toolkit/TestDialogs.h"
 #include "tests/toolkit/XUser.h"
 #include "toolkit/CWShell.h"
+#include "toolkit/IReplay.h"
 #include "toolkit/Ibase.h"
 // Xlib last: its macros would hide names of the headers above.
 #include <X11/keysym.h>
@@ -97,6 +100,25 @@ TEST_F(ImiscTest, TheCatalogOpenedLastIsAskedFirst) {
   Expect("_timedNotifyOK", XK_Return);
   Imisc_StrNotify("Done.", 0);
   EXPECT_EQ(plan_.title, "Test notice");
+}
+
+// A task that asks, then tells an error: boxes in the loop of a task,
+// where no other task runs, answered by the replay as a user would.
+int answers = 0;
+void AskTwice(std::uintptr_t) {
+  answers += Imisc_StrYes("Go on?");
+  Imisc_StrErrMsg("It failed.");
+  answers += 10;
+}
+TEST_F(ImiscTest, TheReplayAnswersTheBoxesATaskOpens) {
+  TempDir dir;
+  PutFile(dir.Path() + "/boxes.log", "AOBJ _yes 2 1\nAOBJ _errmsg 2 1\n");
+  testing::internal::CaptureStderr();
+  ASSERT_TRUE(IReplay_Start(dir.Path() + "/boxes.log", 3000));
+  I_ScheduleTask(0, AskTwice, 0);
+  RunLoop([] { return answers == 11 || !IReplay_Running(); });
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(answers, 11);
 }
 
 const bool environment = UseTestDialogs();
