@@ -3,7 +3,9 @@
 // box.
 #include <string>
 
+#include "base/DirAcces.h"
 #include "base/Messages.h"
+#include "base/SFilMisc.h"
 #include "base/SPrintf.h"
 #include "base/Utility.h"
 #include "distribution/WFbackup.h"
@@ -69,8 +71,14 @@ void Floatdeck_OpenPackDialog() {
   I_Activate(dialog);
 }
 
+// The demon of this installation, not whichever one PATH finds first: an
+// operator who starts the manager by its full path gets the demon beside it.
 bool Floatdeck_StartDemon() {
-  const bool started = TVFEbase_StartACommand("TVWatchD", false);
+  PathStr demon;
+  TextStr command;
+  DirAcces_IncludeSpecialPath(DirAcces_MARLLIB, "bin/TVWatchD", demon);
+  SFilMisc_EscapeShMetaChars(demon, command);
+  const bool started = TVFEbase_StartACommand(command, false);
   Utility_Delay(1000);
   Floatdeck_UpdateDemonState();
   if (!started || I_GetINTEGER(D().main, Floatdeck_kDemon) == 0) {
