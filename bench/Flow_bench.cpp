@@ -17,6 +17,9 @@
 //     workflow: its drop to arrival; and the first file of the flood: the
 //     first drop to its arrival.
 // And the demon's own cost with 100,000 files in hand (BM_DemonAt100kWaitingFiles).
+// Each reports the machine's load (the one-minute average at its end), and
+// the loop the flood's rate against its own (flood_x_loop): figures of runs
+// on a busy machine are only comparable side by side.
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 
@@ -73,6 +76,15 @@ bool Site() {
   ::setenv("FLOATDECK_BIN", FLOATDECK_BINARY_DIR "/bin", 1);
   return site->StartWorker(2) && site->StartServer() && site->StartDemon();
 }
+
+// The machine's load: the one-minute average of /proc/loadavg.
+double Load() {
+  double load = -1;
+  std::ifstream("/proc/loadavg") >> load;
+  return load;
+}
+
+double floodRate = -1;  // (b)'s files per second, for the loop's comparison
 
 double Ms(Clock::duration d) { return std::chrono::duration<double, std::milli>(d).count(); }
 
@@ -165,6 +177,7 @@ void BM_OneFileAtATime(benchmark::State& state) {
   state.counters["p99_ms"] = Percentile(ms, 0.99);
   state.counters["max_ms"] = *std::max_element(ms.begin(), ms.end());
   state.counters["over_1s"] = static_cast<double>(std::count_if(ms.begin(), ms.end(), [](double m) { return m > 1000; }));
+  state.counters["load"] = Load();
 }
 BENCHMARK(BM_OneFileAtATime)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 
@@ -191,11 +204,14 @@ void BM_Flood(benchmark::State& state) {
       if (firstMs < 0 && flood.Filed() > 0) firstMs = Ms(now - begun);
       if (firstMs < 0 || now - counted < std::chrono::milliseconds(250)) continue;
       counted = now;
-      if (flood.Filed() >= kFloodFiles && flood.Ended() >= kFloodFiles && otherMs >= 0) break;
+      if (flood.Filed() < kFloodFiles || flood.Ended() < kFloodFiles || otherMs < 0) continue;
+      floodRate = kFloodFiles / (Ms(now - begun) / 1000);
+      break;
     }
   }
   state.counters["files/s"] = benchmark::Counter(static_cast<double>(state.iterations()) * kFloodFiles,
                                                  benchmark::Counter::kIsRate);
+  state.counters["load"] = Load();
   // Let the last jobs' events come in: the files are there before their jobs end.
   for (const auto end = Clock::now() + std::chrono::seconds(5); Clock::now() < end;) jobs.Take(50);
   state.counters["jobs"] = static_cast<double>(jobs.Ended());
@@ -247,6 +263,7 @@ BENCHMARK(BM_DemonAt100kWaitingFiles)->Unit(benchmark::kMillisecond)->UseRealTim
 // The same files moved by a shell loop, one "mv" each, through as many
 // directories as the sample has steps.
 void BM_MvLoop(benchmark::State& state) {
+  double loopRate = 0;
   if (!Site()) return state.SkipWithError("the site was not made");
   const std::string base = site->Path("tmp/mv");
   const std::string script = site->Path("tmp/mv.sh");
@@ -258,11 +275,15 @@ void BM_MvLoop(benchmark::State& state) {
     for (int step = 0; step <= kSteps; ++step) fs::create_directories(base + "/" + std::to_string(step));
     for (int i = 0; i < kFloodFiles; ++i) std::ofstream(base + "/0/" + Separation(i)) << i;
     state.ResumeTiming();
+    const auto begun = Clock::now();
     if (std::system(("/bin/bash '" + script + "' '" + base + "'").c_str()) != 0)
       return state.SkipWithError("the loop failed");
+    loopRate = kFloodFiles / (Ms(Clock::now() - begun) / 1000);
   }
   state.counters["files/s"] = benchmark::Counter(static_cast<double>(state.iterations()) * kFloodFiles,
                                                  benchmark::Counter::kIsRate);
+  state.counters["load"] = Load();
+  if (floodRate > 0) state.counters["flood_x_loop"] = floodRate / loopRate;
 }
 BENCHMARK(BM_MvLoop)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 
