@@ -7,7 +7,8 @@
 //
 // (a) Latency: 200 separations dropped one at a time, each when the one
 //     before has arrived: drop to arrival, median, 99th percentile, the
-//     slowest, and how many took longer than a second.
+//     slowest, and how many took longer than a second; apart from them the
+//     first file after the workflow's install.
 // (b) Throughput: 10,000 separations dropped at once: files per second from
 //     the first drop until the last has arrived; beside it (BM_MvLoop) a
 //     shell loop that moves the same files through as many directories as
@@ -161,22 +162,32 @@ void BM_OneFileAtATime(benchmark::State& state) {
   if (!Site()) return state.SkipWithError("the services did not come up");
   const Sample wf("single");
   if (!wf.installed) return state.SkipWithError("the workflow was not installed");
+  // Drops separation `i` and waits for it: its drop to arrival, or -1.
+  const auto carry = [&](int i) {
+    const auto dropped = Clock::now();
+    site->Drop(wf.start, Separation(i));
+    while (!wf.Arrived(Renamed(i))) {
+      if (Clock::now() - dropped > std::chrono::minutes(1)) return -1.0;
+      std::this_thread::sleep_for(std::chrono::microseconds(500));
+    }
+    return Ms(Clock::now() - dropped);
+  };
+  // The first file after the install may come before the demon has read its
+  // new configuration: it then waits for the folder's scan and its quiet
+  // time. Shown on its own, not among the lone files.
+  const double first = carry(kLatencyFiles);
   std::vector<double> ms;
   for (auto _ : state) {
     for (int i = 0; i < kLatencyFiles; ++i) {
-      const auto dropped = Clock::now();
-      site->Drop(wf.start, Separation(i));
-      while (!wf.Arrived(Renamed(i))) {
-        if (Clock::now() - dropped > std::chrono::minutes(1)) return state.SkipWithError("a file did not arrive");
-        std::this_thread::sleep_for(std::chrono::microseconds(500));
-      }
-      ms.push_back(Ms(Clock::now() - dropped));
+      ms.push_back(carry(i));
+      if (ms.back() < 0) return state.SkipWithError("a file did not arrive");
     }
   }
   state.counters["median_ms"] = Percentile(ms, 0.5);
   state.counters["p99_ms"] = Percentile(ms, 0.99);
   state.counters["max_ms"] = *std::max_element(ms.begin(), ms.end());
   state.counters["over_1s"] = static_cast<double>(std::count_if(ms.begin(), ms.end(), [](double m) { return m > 1000; }));
+  state.counters["first_after_install_ms"] = first;
   state.counters["load"] = Load();
 }
 BENCHMARK(BM_OneFileAtATime)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);

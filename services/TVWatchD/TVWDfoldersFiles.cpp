@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <set>
 
 #include "base/Processe.h"
 #include "base/SFilMisc.h"
@@ -119,10 +120,16 @@ std::size_t Group(const TVWcfg_Entry& cfg, std::size_t ready, bool gathering) {
 }
 
 // Whether the folder gathers its files into full batches: its command takes
-// several and its jobs still keep the worker busy, so a file that waits for
-// company costs no time, and a flood costs one program start per batch.
+// several, and files of at least kSpread of its jobs still wait in it, so the
+// worker is busy anyway, a file that waits for company loses no time, and a
+// flood costs one program start per batch. (Jobs are counted by their files
+// still here: a job whose end was not heard of holds nothing up.)
 bool Gathering(const Dir& dir, const TVWcfg_Entry& cfg) {
-  return cfg.mode == 0 && TVWDjobs_OpenIn(dir.key) >= kSpread && TakesSeveral(cfg);
+  if (cfg.mode != 0 || dir.files.size() < dir.settling + kSpread || !TakesSeveral(cfg)) return false;
+  std::set<std::string> jobs;
+  for (const auto& [name, f] : dir.files)
+    if (f.state == State::InHand && jobs.insert(f.jobId).second && jobs.size() >= kSpread) return true;
+  return false;
 }
 
 // How many settling files of the folder are due (`due`), and how long the

@@ -43,7 +43,6 @@ struct Job {
 
 std::map<std::string, Job> jobs;
 std::map<std::string, std::string> byFile;  // folder key, '/', name -> job id
-std::map<std::string, std::size_t> openIn;   // folder key -> its jobs
 std::deque<std::string> unsent;
 
 std::string journalPath;
@@ -116,7 +115,6 @@ void Rewrite() {
 
 void Enter(const std::string& id, Job job) {
   for (const auto& f : job.files) byFile[FileKey(job.dirKey, f.name)] = id;
-  if (jobs.count(id) == 0) ++openIn[job.dirKey];
   jobs[id] = std::move(job);
 }
 
@@ -127,8 +125,6 @@ void Forget(const std::string& id) {
     const auto held = byFile.find(FileKey(at->second.dirKey, f.name));
     if (held != byFile.end() && held->second == id) byFile.erase(held);
   }
-  const auto open = openIn.find(at->second.dirKey);
-  if (open != openIn.end() && --open->second == 0) openIn.erase(open);
   jobs.erase(at);
 }
 
@@ -317,11 +313,6 @@ std::string TVWDjobs_Claim(const std::string& dirKey, const std::string& name, c
   for (const auto& f : jobs.at(held->second).files)
     if (f.name == name && f.identity == identity) return held->second;
   return "";
-}
-
-std::size_t TVWDjobs_OpenIn(const std::string& dirKey) {
-  const auto at = openIn.find(dirKey);
-  return at == openIn.end() ? 0 : at->second;
 }
 
 void TVWDjobs_Tick() {

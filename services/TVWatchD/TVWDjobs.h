@@ -34,8 +34,6 @@ std::string TVWDjobs_Hand(const TVWcfg_Entry& entry, const std::string& dirPath,
 // The id of the job that holds the file `name` of folder `dirKey` as it is
 // (`identity`); empty when none does.
 std::string TVWDjobs_Claim(const std::string& dirKey, const std::string& name, const TVWDfolders_Identity& identity);
-// How many jobs of the folder `dirKey` have not left the queue yet.
-std::size_t TVWDjobs_OpenIn(const std::string& dirKey);
 // Syncs the journal, sends what waits, takes the events and asks after jobs
 // whose fate is open.
 void TVWDjobs_Tick();
