@@ -43,7 +43,7 @@ struct Slot {
 bool started = false;
 std::string dataDir;
 bool oldDirExists = false;
-bool multiHost = false;
+int multiHost = -1;  // not known yet
 Slot newSlot, oldSlot;
 
 void Learn() {
@@ -53,16 +53,24 @@ void Learn() {
   DirAcces_Stat stat;
   oldDirExists =
       Messages_Quietly([&] { return DirAcces_FileStatN(TVWbase_oldDir, stat); }) && stat.isDirectory;
-  // The configuration is read only to learn whether demons of several hosts
-  // share the projects directory.
-  Messages_Quietly([] {
-    TVWcfg_List list = nullptr;
-    TVWcfg_LoadConfiguration(false, list);
-    TVWcfg_Destroy(list);
-  });
-  multiHost = TVWcfg_MultiHostHotfolder;
+  multiHost = -1;
   newSlot = Slot{};
   oldSlot = Slot{};
+}
+
+// Whether demons of several hosts share the projects directory. The
+// configuration is read for it only when first asked: every module command
+// starts this module, and the file grows with the workflows.
+bool MultiHost() {
+  if (multiHost < 0) {
+    Messages_Quietly([] {
+      TVWcfg_List list = nullptr;
+      TVWcfg_LoadConfiguration(false, list);
+      TVWcfg_Destroy(list);
+    });
+    multiHost = TVWcfg_MultiHostHotfolder ? 1 : 0;
+  }
+  return multiHost == 1;
 }
 
 // The first element of special path `kind`; empty when unset.
@@ -296,7 +304,7 @@ void TVWbase_GetInfoFileName(int kind, StrOut name) {
   std::string file = TVWbase_infoName;
   if (kind == DirAcces_TV_PROJECTS) {
     file = "." + file;
-    if (multiHost) {
+    if (MultiHost()) {
       NameStr host = "";
       DirAcces_GetMachineName(host);
       file.insert(file.size() - 5, "_" + StrIn(host).Str());  // before ".info"

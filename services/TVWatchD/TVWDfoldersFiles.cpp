@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <set>
 
 #include "base/Processe.h"
 #include "base/SFilMisc.h"
@@ -27,6 +28,8 @@ constexpr std::size_t kDefaultBatch = 16;
 // Ready files are spread over at least so many jobs, so that a few files
 // still keep the worker's slots busy side by side.
 constexpr std::size_t kSpread = 4;
+// A file of a gathering folder waits for company at most so long.
+constexpr std::int64_t kGatherMs = 1000;
 constexpr std::uint8_t kAllFilesMode = 7, kAtOnceMode = 8;
 
 bool Identify(const std::string& path, TVWDfolders_Identity& identity, File* file) {
@@ -107,18 +110,44 @@ bool TakesSeveral(const TVWcfg_Entry& cfg) {
 
 // How many of `ready` files one job takes: the entry's number where its mode
 // sets one; for a module command a batch, but a file that is ready alone
-// goes alone; else one.
-std::size_t Group(const TVWcfg_Entry& cfg, std::size_t ready) {
+// goes alone (a full batch while the folder gathers); else one.
+std::size_t Group(const TVWcfg_Entry& cfg, std::size_t ready, bool gathering) {
   if (cfg.mode == kAtOnceMode) return static_cast<std::size_t>(std::max(cfg.atOnce, 1));
   if (cfg.mode == kAllFilesMode) return kMaxGroup;
   if (cfg.mode != 0 || !TakesSeveral(cfg)) return 1;
+  if (gathering) return kDefaultBatch;
   return std::clamp<std::size_t>(ready / kSpread, 1, kDefaultBatch);
 }
 
-// Hands `names` to jobs, as many a job as Group says.
-void Hand(Dir& dir, const std::vector<std::string>& names) {
+// Whether the folder gathers its files into full batches: its command takes
+// several, and files of at least kSpread of its jobs still wait in it, so the
+// worker is busy anyway, a file that waits for company loses no time, and a
+// flood costs one program start per batch. (Jobs are counted by their files
+// still here: a job whose end was not heard of holds nothing up.)
+bool Gathering(const Dir& dir, const TVWcfg_Entry& cfg) {
+  if (cfg.mode != 0 || dir.files.size() < dir.settling + kSpread || !TakesSeveral(cfg)) return false;
+  std::set<std::string> jobs;
+  for (const auto& [name, f] : dir.files)
+    if (f.state == State::InHand && jobs.insert(f.jobId).second && jobs.size() >= kSpread) return true;
+  return false;
+}
+
+// How many settling files of the folder are due (`due`), and how long the
+// one due first has waited.
+std::int64_t DueFiles(const Dir& dir, std::int64_t now, std::size_t& due) {
+  due = 0;
+  std::int64_t oldest = now;
+  for (const auto& [name, f] : dir.files) {
+    if (f.state != State::Settling || (!f.declared && now < f.dueAt)) continue;
+    ++due;
+    oldest = std::min(oldest, f.declared ? f.changedAt : f.dueAt);
+  }
+  return now - oldest;
+}
+
+// Hands `names` to jobs, `group` a job.
+void Hand(Dir& dir, const std::vector<std::string>& names, std::size_t group) {
   const TVWcfg_Entry& cfg = *entries[dir.entry].cfg;
-  const std::size_t group = Group(cfg, names.size());
   for (std::size_t from = 0; from < names.size(); from += group) {
     std::vector<TVWDfolders_HandedFile> files;
     for (std::size_t i = from; i < std::min(names.size(), from + group); ++i)
@@ -232,11 +261,23 @@ bool SyncHandled(Dir& dir) {
 
 void PickUp(Dir& dir, std::int64_t now, std::size_t& budget) {
   const TVWcfg_Entry& cfg = *entries[dir.entry].cfg;
+  // A gathering folder hands only full batches, and the rest too once one
+  // of them has waited kGatherMs.
+  const bool gathering = Gathering(dir, cfg);
+  bool all = true;
+  if (gathering) {
+    std::size_t due = 0;
+    if (DueFiles(dir, now, due) < kGatherMs) {
+      if (due < kDefaultBatch) return;
+      all = false;
+    }
+  }
   const bool blocked = Stopped(dir) || !Active(cfg);
   std::vector<std::string> ready, gone;
   for (auto& [name, f] : dir.files) {
     if (f.state == State::Ignored && !Processe_IsAlive(f.ignoredBy)) Settle(dir, f, How::Written, now);
-    if (f.state != State::Settling || blocked || ready.size() >= budget) continue;
+    if (ready.size() >= budget) break;
+    if (f.state != State::Settling || blocked) continue;
     if (!f.declared && now < f.dueAt) continue;
     TVWDfolders_Identity seen;
     if (!Identify(dir.path + "/" + name, seen, &f)) {
@@ -262,8 +303,10 @@ void PickUp(Dir& dir, std::int64_t now, std::size_t& budget) {
     ready.push_back(name);
   }
   for (const std::string& name : gone) Gone(dir, name);
+  const std::size_t group = Group(cfg, ready.size(), gathering);
+  if (!all) ready.resize(ready.size() - ready.size() % group);
   budget -= ready.size();
-  Hand(dir, ready);
+  Hand(dir, ready, group);
 }
 
 }  // namespace TVWDfoldersRec

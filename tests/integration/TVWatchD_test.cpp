@@ -288,12 +288,38 @@ TEST(TVWatchD, HandsFilesThatWaitTogetherInBatchesAndALoneFileAtOnce) {
   EXPECT_LT(runs.size(), 20U) << "no batch was made";
   for (const std::string& name : names) EXPECT_EQ(Runs(name), 1) << name;
   // A file that comes alone goes alone, without waiting for company.
+  const auto runsSoFar = [] {
+    std::ifstream log(Site("runs.log"));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(log, line);) lines.push_back(line);
+    return lines;
+  };
   Drop(start, "alone.tif");
   ASSERT_TRUE(Await([] { return Done("alone.tif"); }));
-  std::ifstream log(Site("runs.log"));
-  std::string last;
-  for (std::string line; std::getline(log, line);) last = line;
-  EXPECT_EQ(last, "1");
+  EXPECT_EQ(runsSoFar().back(), "1");
+  // While four of the folder's jobs keep the worker busy, files that trickle
+  // in one by one are gathered: a full batch, then the rest after a second.
+  for (int i = 0; i < 4; ++i) {
+    Drop(start, "hold" + std::to_string(i) + ".tif");
+    ASSERT_TRUE(Await([&] { return Runs("hold" + std::to_string(i) + ".tif") == 1; }));
+  }
+  const std::size_t before = runsSoFar().size();
+  std::vector<std::string> trickled;
+  for (int i = 0; i < 20; ++i) {
+    trickled.push_back("trickle" + std::to_string(i) + ".tif");
+    Drop(start, trickled.back());
+  }
+  ASSERT_TRUE(Await([&] {
+    return std::all_of(trickled.begin(), trickled.end(),
+                       [&](const std::string& name) { return Done(name) || Status(start, name) == TVWrequest_InHand; });
+  }));
+  PutFile(Site("release"), "");
+  ASSERT_TRUE(Await([&] { return AllDone(trickled); }));
+  fs::remove(Site("release"));
+  const std::vector<std::string> all = runsSoFar();
+  std::vector<std::string> gathered(all.begin() + static_cast<std::ptrdiff_t>(before), all.end());
+  std::sort(gathered.begin(), gathered.end());
+  EXPECT_EQ(gathered, (std::vector<std::string>{"16", "4"}));
 }
 
 TEST(TVWatchD, TellsTheStatusOfEachFile) {

@@ -92,6 +92,14 @@ TEST_F(TVWbaseTest, InfoFileNamesByKind) {
   EXPECT_EQ(InfoFile(1), Customer() + "/tvwatchd.info");
   EXPECT_EQ(InfoFile(5), Data() + "/tvwatchd.info");
   EXPECT_EQ(InfoFile(7), "");
+  // Demons of several hosts that share the projects directory keep an info
+  // file each there: the configuration says so, read when the name is asked.
+  PutFile(Site().Path() + "/cfg/tvwatchd.cfg", "VERSION=1\nMULTIHOSTHOTFOLDER=TRUE\n");
+  TVWbase_Reset();
+  EXPECT_EQ(InfoFile(0), Projects() + "/.tvwatchd_pressroom7.info");
+  std::filesystem::remove(Site().Path() + "/cfg/tvwatchd.cfg");
+  TVWbase_Reset();
+  EXPECT_EQ(InfoFile(0), Projects() + "/.tvwatchd.info");
 }
 
 TEST_F(TVWbaseTest, InfoTextRoundTripAndPartialFiles) {
