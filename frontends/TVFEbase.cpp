@@ -16,6 +16,7 @@
 #include "base/Messages.h"
 #include "base/Processe.h"
 #include "base/SFilMisc.h"
+#include "base/Utility.h"
 #include "toolkit/I.h"
 #include "toolkit/Imisc.h"
 
@@ -56,12 +57,21 @@ void FlushLines(std::string& pending, bool all) {
 // CONSOLE, else the console when this process may write to it, else nowhere.
 std::string OutputDevice() {
   TextStr console;
-  if (DirAcces_EnvVar("CONSOLE", console)) return StrIn(console).Str();
+  TextStr escaped;
+  if (DirAcces_EnvVar("CONSOLE", console) && SFilMisc_EscapeShMetaChars(console, escaped)) return StrIn(escaped).Str();
   const int fd = ::open("/dev/console", O_WRONLY | O_NOCTTY | O_CLOEXEC);
   if (fd < 0) return "/dev/null";
   ::close(fd);
   return "/dev/console";
 }
+
+// The user's input is blocked while one lives.
+struct InputBlock {
+  InputBlock() { I_BlockInput(true); }
+  ~InputBlock() { I_BlockInput(false); }
+  InputBlock(const InputBlock&) = delete;
+  InputBlock& operator=(const InputBlock&) = delete;
+};
 
 }  // namespace
 
@@ -97,6 +107,9 @@ bool TVFEbase_ExecCommandModal(StrIn command) {
     return false;
   }
   if (pid == 0) {
+    // The terminal the program was started from is not the command's to read.
+    const int none = ::open("/dev/null", O_RDONLY);
+    if (none >= 0) ::dup2(none, STDIN_FILENO);
     ::dup2(fds[1], STDOUT_FILENO);
     const std::string text = command.Str();
     const char* const args[] = {"/bin/sh", "-c", text.c_str(), nullptr};
@@ -104,6 +117,8 @@ bool TVFEbase_ExecCommandModal(StrIn command) {
     ::_exit(127);
   }
   ::close(fds[1]);
+  // The windows go on drawing, but take no input till the command is done.
+  const InputBlock block;
   // Read while the windows go on: a look every 100 ms while nothing comes.
   std::string pending;
   for (bool open = true; open;) {
@@ -119,8 +134,12 @@ bool TVFEbase_ExecCommandModal(StrIn command) {
   }
   FlushLines(pending, true);
   ::close(fds[0]);
+  // A command that closed its output early may still run.
   int status = 0;
-  Processe_WaitPID(pid, false, status);
+  while (Processe_WaitPID(pid, true, status) == 0) {
+    Utility_Delay(kPollMs);
+    I_Yield();
+  }
   return true;
 }
 
@@ -131,7 +150,9 @@ void TVFEbase_PrefixBACKPIX(StrIn command, StrOut prefixed) {
     Strings_Assign(command, prefixed);
     return;
   }
-  Strings_Assign("BACKPIX=" + StrIn(value).Str() + "; export BACKPIX; " + command.Str(), prefixed);
+  TextStr escaped;
+  SFilMisc_EscapeShMetaChars(value, escaped);
+  Strings_Assign("BACKPIX=" + StrIn(escaped).Str() + "; export BACKPIX; " + command.Str(), prefixed);
 }
 
 // --- Help and errors -------------------------------------------------------------------

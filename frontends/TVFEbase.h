@@ -8,8 +8,8 @@
 // up unless asked to wait:
 //   - with the flag IO_DEV_NULL (TV_IO_DEV_NULL, or the file IO_DEV_NULL in
 //     the site directory) its output goes to the device named by the
-//     variable CONSOLE, else to "/dev/console" when that can be opened for
-//     writing, else to "/dev/null": " >DEVICE" is put behind the command
+//     variable CONSOLE (escaped for the shell), else to "/dev/console"
+//     when that can be opened for writing, else to "/dev/null": " >DEVICE" is put behind the command
 //     unless it holds ">" already, and " 2>&1" unless it holds "2>";
 //     without the flag one blank is put behind it, and the output goes
 //     where the program's goes;
@@ -35,12 +35,13 @@ void TVFEbase_CommandLine(StrIn command, bool wait, StrOut line);
 // the shell started it.
 bool TVFEbase_StartACommand(StrIn command, bool wait);
 // Runs `command` through the shell and copies each line of its output to
-// standard output as it comes, keeping the windows alive meanwhile (I_Yield,
-// 100 ms between looks while no line is ready; lines up to 1024 bytes).
+// standard output as it comes, keeping the windows drawing meanwhile
+// (I_Yield, 100 ms between looks while no line is ready; lines up to 1024
+// bytes) with the user's input blocked (I_BlockInput) until it has ended.
 // True unless the command could not be started.
 bool TVFEbase_ExecCommandModal(StrIn command);
-// `command` behind "BACKPIX=...; export BACKPIX; " when the variable BACKPIX
-// is set and not blank; otherwise as it is.
+// `command` behind "BACKPIX=...; export BACKPIX; " (the value escaped for
+// the shell) when the variable BACKPIX is set and not blank; otherwise as it is.
 void TVFEbase_PrefixBACKPIX(StrIn command, StrOut prefixed);
 
 // --- A numbered shell job ----------------------------------------------------------

@@ -54,12 +54,22 @@ void Free(TVFEbase_SH& sh) {
 TVFEbase_SH TVFEbase_CreateSH(StrIn directory, StrIn jobName) {
   const std::string base = jobName.Str().substr(0, kJobNameChars);
   auto* sh = new TVFEbase_SHRec;
+  // The job changes into its directory before it removes itself by this
+  // name, so the name must not depend on where the program runs.
+  PathStr where;
+  if (directory.View().starts_with('/')) {
+    Strings_Assign(directory, where);
+  } else {
+    PathStr current;
+    DirAcces_LogicalCurrentDir(current);
+    DirAcces_IncludePath(current, directory, where);
+  }
   // The first free number. O_EXCL with O_NOFOLLOW: whatever stands under a
   // name, a planted link too, makes us go on to the next one.
   for (int number = 1; number <= kMaxNumber && sh->fd < 0; ++number) {
     char name[kNameCap];
     std::snprintf(name, sizeof name, "%s_%03d.bat", base.c_str(), number);
-    DirAcces_IncludePath(directory, StrIn::C(name), sh->path);
+    DirAcces_IncludePath(where, StrIn::C(name), sh->path);
     sh->fd = ::open(sh->path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (sh->fd < 0 && errno != EEXIST) break;
   }
@@ -89,7 +99,9 @@ bool TVFEbase_StartAndDestroySH(TVFEbase_SH& sh) {
     return false;
   }
   const std::string path = Quoted(sh->path);
-  bool ok = WriteLine(sh->fd, "rm -f " + path) && ::fchmod(sh->fd, kJobMode) == 0;
+  const bool ok = WriteLine(sh->fd, "rm -f " + path) && ::fchmod(sh->fd, kJobMode) == 0;
+  // A job that can't run as written is not left behind.
+  if (!ok) ::unlink(sh->path);
   Free(sh);
   return ok && TVFEbase_StartACommand(path, false);
 }

@@ -23,10 +23,13 @@
 
 std::uint8_t I_ilibError = 0;
 
-// The loop's part of the start (ILoop.cpp): timers for the toolkit, and the
-// handler of SIGTERM once a window is shown.
+// The loop's part (ILoop.cpp): timers for the toolkit, the handler of
+// SIGTERM once a window is shown, and blocked input lifted around a modal
+// dialog.
 void I_Init_Loop();
 void I_Activate_InstallSIGTERMhandler();
+int I_Dialog_LiftBlock();
+void I_Dialog_RestoreBlock(int depth);
 
 namespace {
 
@@ -130,6 +133,12 @@ void SetAObjEnabled(Ibase_AObj* a, bool state) {
 }
 
 void DelWndCallback(Widget, std::uintptr_t data) {
+  // Blocked, the program is busy on the user's behalf: closing would cut
+  // that work off.
+  if (I_InputBlocked()) {
+    W_Bell(0);
+    return;
+  }
   auto c = reinterpret_cast<I_Context>(data);
   const bool main = c == Ibase_mainContext;
   I_Deactivate(c);
@@ -267,7 +276,9 @@ void I_Dialog(I_Context c) {
   if (!Usable(c)) return;
   ++c->dialogNesting;
   WtEvents_leaveMainLoop = false;
+  const int blocked = I_Dialog_LiftBlock();
   while (c->active && !c->destroyPending && !WtEvents_leaveMainLoop) I_SingleEventLoopIteration();
+  I_Dialog_RestoreBlock(blocked);
   if (--c->dialogNesting == 0 && c->destroyPending) Ibase_DestroyContextInstance(c, true);
 }
 

@@ -177,6 +177,14 @@ int I_GetToolTipLevel();
 // Inside a callback: the value came from the second click of a double click.
 bool I_WasDoubleClick();
 void I_SetButtonCallback(I_ButtonProc proc);
+// Blocks the user's input to all windows (true) and lets it in again
+// (false); calls nest. While blocked, keys, buttons and pointer moves go
+// nowhere (a press rings the bell), the watch is shown, the window
+// manager's close is refused; windows keep redrawing. Input given meanwhile
+// is dropped when the block ends. A modal dialog (I_Dialog) opened while
+// blocked takes input for as long as it runs.
+void I_BlockInput(bool block);
+bool I_InputBlocked();
 
 // --- Nested classes --------------------------------------------------------------------
 

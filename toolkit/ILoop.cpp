@@ -10,6 +10,12 @@
 // of scheduling) -> running (taken out; I_RescheduleTask puts the same
 // record back with its number) -> gone. Tasks never nest: while one runs,
 // nested loops dispatch events but run no tasks.
+//
+// Blocked input (I_BlockInput): the event machine's inhibition eats key,
+// button, motion and crossing events of every window (with a bell on a
+// press), the watch stays on the program's windows, and the window
+// manager's close is refused (I.cpp); exposures, configures and other
+// client messages are handled as always, so the windows go on drawing.
 #include <algorithm>
 #include <climits>
 #include <deque>
@@ -53,6 +59,8 @@ struct Refresh {
 std::deque<Refresh> refreshes;
 bool refreshScheduled = false;
 int nextRefresh = 0;
+
+int blockDepth = 0;
 
 I_ButtonProc buttonCallback = nullptr;
 I_ClockProc clockProc = nullptr;
@@ -102,6 +110,23 @@ void DispatchPendingEvents() {
     if (IsButtonOrKey(event) && buttonCallback != nullptr) buttonCallback(event);
     WtEvents_DispatchEvent(event);
     WtEvents_ExecuteDeferredActions();
+  }
+}
+
+// Input the user gave while blocked is refused, also what is still on its
+// way from the server when the block ends.
+void SetBlocked(bool blocked) {
+  if (!blocked && W_DisplayOpen()) {
+    W_Sync(false);
+    DispatchPendingEvents();
+  }
+  WtEvents_InhibitInputEvents(blocked);
+  if (!W_DisplayOpen()) return;
+  if (blocked) {
+    WtCursor_WaitCursor();
+  } else {
+    WtCursor_RestoreCursors();
+    W_Flush();
   }
 }
 
@@ -215,6 +240,37 @@ bool I_RefreshBreak(int refresh) {
 
 void I_SetButtonCallback(I_ButtonProc proc) { buttonCallback = proc; }
 
+// --- Blocked input ---------------------------------------------------------------------
+
+void I_BlockInput(bool block) {
+  if (block) {
+    if (blockDepth++ == 0) SetBlocked(true);
+  } else if (blockDepth > 0 && --blockDepth == 0) {
+    SetBlocked(false);
+  }
+}
+
+bool I_InputBlocked() { return blockDepth > 0; }
+
+// A modal dialog opened while input is blocked (a box of a task that ran
+// meanwhile) must be answerable, or the work under it would never go on:
+// its loop runs unblocked, the box's own grab keeping the other windows
+// out. Answers the depth that I_Dialog_RestoreBlock gives back.
+int I_Dialog_LiftBlock() {
+  const int depth = blockDepth;
+  if (depth > 0) {
+    blockDepth = 0;
+    SetBlocked(false);
+  }
+  return depth;
+}
+
+void I_Dialog_RestoreBlock(int depth) {
+  if (depth == 0) return;
+  blockDepth = depth;
+  SetBlocked(true);
+}
+
 // --- The loop ---------------------------------------------------------------------------
 
 void I_Yield() {
@@ -230,7 +286,7 @@ void I_Yield() {
 }
 
 void I_SingleEventLoopIteration() {
-  WtCursor_RestoreCursors();
+  if (blockDepth == 0) WtCursor_RestoreCursors();
   const bool replaying = IReplay_Running();
   // No task runs while one runs (in the loop of a box it opened), but the
   // replay plays on there: it is the user's input, as events are.

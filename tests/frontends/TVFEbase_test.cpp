@@ -88,14 +88,21 @@ TEST(TVFEbase, AShellJobIsMadeUnderAFreeNumberAndNeverThroughALink) {
   EXPECT_EQ(FileText(site->Path() + "/victim"), "precious");
   EXPECT_EQ(FileText(dir + "/sepjob_001.bat"), "mine");
 
-  // Started, it runs in its directory and removes itself.
+  // Started, it runs in its directory and removes itself, also one made
+  // in a directory named relative to where the program runs.
   EXPECT_TRUE(TVFEbase_AppendCommand(sh, "pwd > ran; echo \"$TERMLINE\" >> ran"));
   EXPECT_TRUE(TVFEbase_StartAndDestroySH(sh));
   EXPECT_EQ(sh, nullptr);
-  for (int i = 0; i < 250 && fs::exists(dir + "/sepjob_003.bat"); ++i) {
+  const fs::path before = fs::current_path();
+  fs::current_path(site->Path());
+  TVFEbase_SH relative = TVFEbase_CreateSH("jobs", "rel");
+  fs::current_path(before);
+  EXPECT_TRUE(TVFEbase_StartAndDestroySH(relative));
+  const auto left = [&] { return fs::exists(dir + "/sepjob_003.bat") || fs::exists(dir + "/rel_001.bat"); };
+  for (int i = 0; i < 250 && left(); ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
-  EXPECT_FALSE(fs::exists(dir + "/sepjob_003.bat"));
+  EXPECT_FALSE(left());
   EXPECT_EQ(FileText(dir + "/ran"), fs::canonical(dir).string() + "\nnull\n");
 
   // One destroyed unrun goes; a nil job is error 1, a directory that isn't
@@ -137,9 +144,9 @@ TEST(TVFEbase, FormatListsByLineWorkAndSmallHelpers) {
   ::setenv("BACKPIX", "  ", 1);
   TVFEbase_PrefixBACKPIX("view", text);
   EXPECT_EQ(StrIn(text).Str(), "view");
-  ::setenv("BACKPIX", "/pix", 1);
+  ::setenv("BACKPIX", "/my pix", 1);
   TVFEbase_PrefixBACKPIX("view", text);
-  EXPECT_EQ(StrIn(text).Str(), "BACKPIX=/pix; export BACKPIX; view");
+  EXPECT_EQ(StrIn(text).Str(), "BACKPIX=/my\\ pix; export BACKPIX; view");
   ::unsetenv("BACKPIX");
   TVFEbase_GetReleaseNotesName(2, text);
   EXPECT_EQ(StrIn(text).Str(), "releas2");
