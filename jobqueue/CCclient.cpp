@@ -175,19 +175,38 @@ bool CCclient_SetDebugMode(SClient conn, bool debug) {
   return Ask(conn, SProtocol_DEBUG_SERVICE, Params(SReqObj_CreateBoolean(debug)));
 }
 
-CCjobBase_Job CCclient_PeekJob(SClient conn, StrIn hostname, std::uint8_t cpuUsages) {
+namespace {
+
+CCjobBase_Job Peek(SClient conn, StrIn hostname, std::uint8_t cpuUsages, const std::vector<std::string>* held) {
   SReqObj params = Params(Text(hostname));
   int request = CCprotocol_PEEK_JOB;
-  if (Supports(conn, "PEEK_JOB", 2)) {
-    request = CCprotocol_PEEK_JOB_2;
+  if (held != nullptr && Supports(conn, "PEEK_JOB", 3)) request = CCprotocol_PEEK_JOB_3;
+  else if (Supports(conn, "PEEK_JOB", 2)) request = CCprotocol_PEEK_JOB_2;
+  if (request == CCprotocol_PEEK_JOB) {
+    SReqObj_Append(params, SReqObj_CreateInteger(0));
+  } else {
     SReqObj_Append(params, Text(Word(CCtypes_CpuUsageSetToString, cpuUsages)));
     SReqObj_Append(params, SReqObj_CreateVoid());
-  } else {
-    SReqObj_Append(params, SReqObj_CreateInteger(0));
+  }
+  if (request == CCprotocol_PEEK_JOB_3) {
+    SReqObj ids = SReqObj_CreateArray();
+    for (const std::string& id : *held) SReqObj_Append(ids, Text(id));
+    SReqObj_Append(params, ids);
   }
   std::string text;
   if (!Ask(conn, request, params, &text) || text.empty()) return nullptr;
   return CCjobBase_CreateFromString(text);
+}
+
+}  // namespace
+
+CCjobBase_Job CCclient_PeekJob(SClient conn, StrIn hostname, std::uint8_t cpuUsages) {
+  return Peek(conn, hostname, cpuUsages, nullptr);
+}
+
+CCjobBase_Job CCclient_PeekJobHolding(SClient conn, StrIn hostname, std::uint8_t cpuUsages,
+                                      const std::vector<std::string>& held) {
+  return Peek(conn, hostname, cpuUsages, &held);
 }
 
 bool CCclient_InformJobFinished(SClient conn, StrIn host, StrIn id, std::uint8_t status, std::uint8_t cancelReason,

@@ -15,6 +15,7 @@
 #include <sys/wait.h>
 
 #include <cstdio>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -150,9 +151,32 @@ void Modify(const SServer_Request& r) {
   if (r.wantsResult) CCnotify_Reply(r.conn, nullptr);
 }
 
+// A worker heard over a new connection told what it holds: a job we handed
+// it that it does not hold never arrived (a worker asks one thing at a time,
+// so every answer before this ask has reached it) and waits again; one that
+// was to be canceled is.
+void Reconcile(CCworkers_Worker* w, SReqObj heldIds) {
+  w->oldAsks = false;
+  if (!w->recheck) return;
+  w->recheck = false;
+  std::set<std::string, std::less<>> held;
+  for (std::size_t i = 0; i < SReqObj_Count(heldIds); ++i) held.emplace(SReqObj_Bytes(SReqObj_Element(heldIds, i)));
+  std::vector<CCqueue_Entry*> lost;
+  for (CCqueue_Entry* e : CCqueue_Actual())
+    if (CCjobBase_GetStatus(e->job) == CCtypes_Running && e->worker == w->name && held.count(e->id) == 0)
+      lost.push_back(e);
+  for (CCqueue_Entry* e : lost) {
+    if (e->cancelRequested) CCjobs_Finish(e, CCtypes_Canceled);
+    else CCjobs_Requeue(e);
+    ++generation;
+  }
+}
+
 void Peek(const SServer_Request& r) {
   CCworkers_Worker* w = CCworkers_Get(Text(r.params, 0));
   CCworkers_Heard(w, r.conn);
+  if (r.request == CCprotocol_PEEK_JOB_3) Reconcile(w, SReqObj_Element(r.params, 3));
+  else w->oldAsks = true;
   const bool first = r.request == CCprotocol_PEEK_JOB;
   const std::uint8_t usages = first ? CCtypes_AllCpuUsages : CCtypes_StringToCpuUsageSet(Text(r.params, 1));
   const auto types = first ? static_cast<std::uint32_t>(SReqObj_GetInteger(SReqObj_Element(r.params, 1))) : 0U;
@@ -256,7 +280,8 @@ void Handle(const SServer_Request& r) {
     case CCprotocol_MODIFY_JOB:
     case CCprotocol_ASYNC_MODIFY_JOB: return Modify(r);
     case CCprotocol_PEEK_JOB:
-    case CCprotocol_PEEK_JOB_2: return Peek(r);
+    case CCprotocol_PEEK_JOB_2:
+    case CCprotocol_PEEK_JOB_3: return Peek(r);
     case CCprotocol_GET_QUEUESTATUS: return CCnotify_Reply(r.conn, One(SReqObj_CreateInteger(queueStatus)));
     case CCprotocol_SET_QUEUESTATUS: return SetQueueStatus(r);
     case CCprotocol_JOB_COMMAND: return Command(r);
@@ -271,9 +296,11 @@ void Handle(const SServer_Request& r) {
 
 // --- Between requests ------------------------------------------------------------------------
 
-// A worker that is back is asked about the jobs it ran: those it never
-// started wait again; the others it reports itself. One that may be getting
-// a job just now ("waiting") is asked again next time.
+// A worker that asks in the older way is called about each job it ran once
+// it is back: those it never started wait again; the others it reports
+// itself. One that may be getting a job just now ("waiting") is asked again
+// next time. (Such a call waits for the worker; one that tells what it holds
+// with its ask needs none.)
 void Recheck(CCworkers_Worker* w) {
   std::vector<CCqueue_Entry*> running;
   for (CCqueue_Entry* e : CCqueue_Actual())
@@ -292,9 +319,12 @@ void LookAfterWorkers() {
   const std::size_t waiting = queueStatus == CCtypes_QueueRunning ? CCjobs_Waiting(usages) : 0;
   for (CCworkers_Worker* w : CCworkers_All()) {
     if (!CCworkers_Reach(w)) continue;
-    if (w->recheck) Recheck(w);
-    if (waiting > 0 && w->up && w->idle && w->seen != generation)
-      CCworkers_Announce(w, port, waiting, usages);
+    if (w->recheck && w->oldAsks) Recheck(w);
+    // A worker that is back is told to ask: its ask tells what it holds.
+    const bool tellToAsk = w->recheck && !w->oldAsks && !w->toldToAsk;
+    if (w->up && (tellToAsk || (waiting > 0 && w->idle && w->seen != generation)) &&
+        CCworkers_Announce(w, port, waiting, usages))
+      w->toldToAsk = w->toldToAsk || tellToAsk;
   }
 }
 

@@ -260,16 +260,29 @@ void Start(CCemployer_Employer* e, CCjobBase_Job job) {
   jobs[j->id] = std::move(j);
 }
 
-// Asks the employers for jobs while there is room.
+// The ids of the jobs we hold for `e`, told with each ask: the server puts
+// back a job it handed us that is not among them (it never arrived), so it
+// never needs to call us about them.
+std::vector<std::string> Held(const CCemployer_Employer* e) {
+  std::vector<std::string> ids;
+  for (const auto& [id, j] : jobs)
+    if (j->employer == e) ids.push_back(id);
+  return ids;
+}
+
+// Asks the employers for jobs while there is room, and once, room or not,
+// an employer that announced itself.
 void Pull() {
   for (CCemployer_Employer* e : CCemployer_All()) {
-    while (e->hasWork) {
+    while (e->hasWork || e->mustAsk) {
       const std::uint8_t room = Room();
-      if (room == 0) return;
+      if (room == 0 && !e->mustAsk) break;
+      bool reached = false;
       peeking = true;
-      CCjobBase_Job job = CCemployer_Peek(e, room);
+      CCjobBase_Job job = CCemployer_Peek(e, room, Held(e), reached);
       peeking = false;
       if (job != nullptr) Start(e, job);
+      if (!reached || room == 0) break;
     }
   }
 }
@@ -289,6 +302,7 @@ void Announced(const SServer_Request& r) {
   CCemployer_Employer* e = CCemployer_Get(host, port);
   e->workerName = name;
   e->hasWork = waiting > 0;
+  e->mustAsk = true;
   e->retryAt = 0;
   SServer_Reply(r.conn, nullptr);
 }

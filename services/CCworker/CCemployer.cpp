@@ -60,10 +60,14 @@ std::vector<CCemployer_Employer*> CCemployer_All() {
   return all;
 }
 
-CCjobBase_Job CCemployer_Peek(CCemployer_Employer* e, std::uint8_t cpuUsages) {
-  if (!Reach(e)) return nullptr;
-  CCjobBase_Job job = CCclient_PeekJob(e->conn, e->workerName, cpuUsages);
-  if (job == nullptr) e->hasWork = false;
+CCjobBase_Job CCemployer_Peek(CCemployer_Employer* e, std::uint8_t cpuUsages, const std::vector<std::string>& held,
+                              bool& reached) {
+  reached = Reach(e);
+  if (!reached) return nullptr;
+  CCjobBase_Job job = CCclient_PeekJobHolding(e->conn, e->workerName, cpuUsages, held);
+  reached = SClient_IsConnected(e->conn);
+  if (job == nullptr && reached) e->hasWork = false;
+  if (reached) e->mustAsk = false;
   return job;
 }
 
