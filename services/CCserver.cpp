@@ -14,6 +14,7 @@
 // reached on 5611 or TV_CCWORKER_PORT.
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <set>
 #include <string>
@@ -180,7 +181,11 @@ void Peek(const SServer_Request& r) {
   const bool first = r.request == CCprotocol_PEEK_JOB;
   const std::uint8_t usages = first ? CCtypes_AllCpuUsages : CCtypes_StringToCpuUsageSet(Text(r.params, 1));
   const auto types = first ? static_cast<std::uint32_t>(SReqObj_GetInteger(SReqObj_Element(r.params, 1))) : 0U;
-  CCqueue_Entry* e = queueStatus == CCtypes_QueueRunning ? CCjobs_StartNext(w->name, w->local, usages, types) : nullptr;
+  // A worker without room asks only to tell what it holds; it asks again
+  // by itself when room frees.
+  w->full = !first && usages == 0;
+  CCqueue_Entry* e = queueStatus == CCtypes_QueueRunning && !w->full
+                         ? CCjobs_StartNext(w->name, w->local, usages, types) : nullptr;
   w->idle = e == nullptr;
   if (e == nullptr) w->seen = generation;
   CCnotify_Reply(r.conn, One(SReqObj_CreateString(e == nullptr ? "" : CCjobBase_JobToString(e->job))));
@@ -322,8 +327,9 @@ void LookAfterWorkers() {
     if (w->recheck && w->oldAsks) Recheck(w);
     // A worker that is back is told to ask: its ask tells what it holds.
     const bool tellToAsk = w->recheck && !w->oldAsks && !w->toldToAsk;
-    if (w->up && (tellToAsk || (waiting > 0 && w->idle && w->seen != generation)) &&
-        CCworkers_Announce(w, port, waiting, usages))
+    // (Told "one waits" at least, so that it asks again once it has room.)
+    if (w->up && (tellToAsk || (waiting > 0 && w->idle && !w->full && w->seen != generation)) &&
+        CCworkers_Announce(w, port, tellToAsk ? std::max<std::size_t>(waiting, 1) : waiting, usages))
       w->toldToAsk = w->toldToAsk || tellToAsk;
   }
 }

@@ -141,7 +141,7 @@ CCqueue_Entry* CCjobs_Accept(CCjobBase_Job job) {
 CCqueue_Entry* CCjobs_StartNext(const std::string& worker, bool local, std::uint8_t cpuUsages,
                                 std::uint32_t jobTypes) {
   Wanted wanted{local, cpuUsages, jobTypes, CCprecond_CreateFailTable()};
-  CCqueue_Entry* chosen = CCqueue_FirstWaiting(Takes, &wanted);
+  CCqueue_Entry* chosen = CCqueue_FirstWaiting(cpuUsages, Takes, &wanted);
   CCprecond_DestroyFailTable(wanted.failTable);
   if (chosen == nullptr) return nullptr;
   chosen->worker = worker;

@@ -10,17 +10,19 @@
 
 namespace {
 
-// The waiting jobs by priority (higher first), flow, and then CCorder's
-// order within one priority and flow, which does not change while they wait.
+// The waiting jobs by priority (higher first), flow, CPU usage, and then
+// CCorder's order within those, which does not change while they wait.
 struct ByPlace {
   struct Key {
     std::uint32_t flow;
+    std::uint8_t usage;
     const CCorder_Key& place;
   };
-  static Key Of(const CCqueue_Entry* e) { return {e->flow, e->place}; }
+  static Key Of(const CCqueue_Entry* e) { return {e->flow, e->usage, e->place}; }
   static bool Less(const Key& a, const Key& b) {
     if (a.place.priority != b.place.priority) return a.place.priority > b.place.priority;
     if (a.flow != b.flow) return a.flow < b.flow;
+    if (a.usage != b.usage) return a.usage < b.usage;
     return CCorder_Before(a.place, b.place);
   }
   using is_transparent = void;
@@ -122,9 +124,10 @@ void CCqueue_Update(CCqueue_Entry* e) {
   if (status == CCtypes_Running) e->running = true, ++runningByFlow[e->flow];
 }
 
-CCqueue_Entry* CCqueue_FirstWaiting(bool (*take)(CCqueue_Entry*, void*), void* context) {
-  // One run of jobs for each priority and flow, each in order; the heads
-  // are merged by the whole order, the running jobs of each flow included.
+CCqueue_Entry* CCqueue_FirstWaiting(std::uint8_t cpuUsages, bool (*take)(CCqueue_Entry*, void*), void* context) {
+  // One run of jobs for each priority, flow and CPU usage, each in order;
+  // the heads of those of `cpuUsages` are merged by the whole order, the
+  // running jobs of each flow included.
   struct Run {
     std::set<CCqueue_Entry*, ByPlace>::iterator at, end;
   };
@@ -132,8 +135,8 @@ CCqueue_Entry* CCqueue_FirstWaiting(bool (*take)(CCqueue_Entry*, void*), void* c
   for (auto at = waiting.begin(); at != waiting.end();) {
     const CCorder_Key first{(*at)->place.priority, std::numeric_limits<std::int64_t>::min(),
                             std::numeric_limits<std::uint32_t>::max(), std::int64_t{1} << 60, 0};
-    const auto end = waiting.lower_bound(ByPlace::Key{(*at)->flow + 1, first});
-    runs.push_back({at, end});
+    const auto end = waiting.lower_bound(ByPlace::Key{(*at)->flow, static_cast<std::uint8_t>((*at)->usage + 1), first});
+    if ((cpuUsages >> (*at)->usage & 1U) != 0) runs.push_back({at, end});
     at = end;
   }
   const auto key = [](const CCqueue_Entry* e) {

@@ -62,10 +62,11 @@ std::int32_t CCqueue_Position(const CCqueue_Entry* entry);
 // Brings the indexes below in line with the job's status and fields: called
 // after every change of a listed job (Insert, Take and Reorder call it).
 void CCqueue_Update(CCqueue_Entry* entry);
-// The waiting jobs (waiting, or waiting for preconditions) in the order they
-// are handed out in (CCorder), merged over their priorities and flows: the
-// first for which `take` answers true, nil when there is none.
-CCqueue_Entry* CCqueue_FirstWaiting(bool (*take)(CCqueue_Entry*, void*), void* context);
+// The waiting jobs (waiting, or waiting for preconditions) of the CPU
+// usages `cpuUsages` in the order they are handed out in (CCorder), merged
+// over their priorities, flows and usages: the first for which `take`
+// answers true, nil when there is none.
+CCqueue_Entry* CCqueue_FirstWaiting(std::uint8_t cpuUsages, bool (*take)(CCqueue_Entry*, void*), void* context);
 // How many jobs wait, and the set of their CPU usages.
 std::size_t CCqueue_WaitingCount(std::uint8_t& cpuUsages);
 // The jobs that wait for their preconditions.

@@ -66,7 +66,7 @@ CCjobBase_Job CCemployer_Peek(CCemployer_Employer* e, std::uint8_t cpuUsages, co
   if (!reached) return nullptr;
   CCjobBase_Job job = CCclient_PeekJobHolding(e->conn, e->workerName, cpuUsages, held);
   reached = SClient_IsConnected(e->conn);
-  if (job == nullptr && reached) e->hasWork = false;
+  if (job == nullptr && reached && cpuUsages != 0) e->hasWork = false;
   if (reached) e->mustAsk = false;
   return job;
 }
