@@ -137,7 +137,7 @@ void Finish(Job& j, std::uint8_t status) {
   j.employer->hasWork = true;  // there is room again: ask
   char progress[kPathCap];
   CCjobBase_GetProgressFilename(j.job, progress);
-  if (progress[0] != '\0') ::unlink(StrIn(progress).Str().c_str());
+  if (progress[0] != '\0') CCjobDir_Retire(StrIn(progress).Str(), true);
 }
 
 // The job's shell ended (or is gone): its exit status says how, or, for a
@@ -248,6 +248,9 @@ void Start(CCemployer_Employer* e, CCjobBase_Job job) {
   run.employer = CCjobBase_GetEmployerHost(job).empty() ? e->host : std::string(CCjobBase_GetEmployerHost(job));
   run.uid = CCjobBase_GetUid(job);
   run.gid = CCjobBase_GetGid(job);
+  // The job's shell empties its progress file: one that is there spares the
+  // making of a new one (not for a job of another user, who could not write it).
+  if (!run.progressFile.empty() && (::geteuid() != 0 || run.uid < 0)) CCjobDir_PlaceSpare(run.progressFile);
   j->process = CCrunner_Start(run, file);
   if (j->process > 0) CCjobDir_NoteProcess(file, j->process);
   ::close(file);
