@@ -28,6 +28,7 @@
 #include "base/SPrintf.h"
 #include "jobqueue/CCprotocol.h"
 #include "jobqueue/CCtypes.h"
+#include "jobqueue/SClient.h"
 #include "jobqueue/SService.h"
 #include "services/CCserver/CCjobs.h"
 #include "services/CCserver/CCnotify.h"
@@ -347,6 +348,10 @@ void KeepJournal() {
     Complain(7, CCstore_Path());
 }
 
+// At a normal end (SIGTERM, the stop file) the connections to the workers go
+// with their buffers; the queue's own tables go with the process's statics.
+void Goodbye() { SClient_CloseAllConnections(); }
+
 // Reads the journal and takes over from the server before.
 void Recover(const std::string& directory) {
   CCstore_State state;
@@ -388,6 +393,7 @@ int main(int argc, char** argv) {
   SServer_OnConnectionGone(server, Gone, nullptr);
   SServer_OnClientIdentified(server, Identified, nullptr);
   Processe_SetExitStatus(0);
+  Processe_InstallTerminationProcedure(Goodbye);
 
   // Ends with SIGTERM, through the termination chain.
   for (;;) {

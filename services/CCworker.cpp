@@ -37,6 +37,7 @@
 #include "jobqueue/CCjobBase.h"
 #include "jobqueue/CCprotocol.h"
 #include "jobqueue/CCtypes.h"
+#include "jobqueue/SClient.h"
 #include "jobqueue/SServer.h"
 #include "jobqueue/SService.h"
 #include "services/CCworker/CCemployer.h"
@@ -340,6 +341,13 @@ void Serve() {
   while (SServer_Next(server, 0, r)) Handle(r);
 }
 
+// At a normal end (SIGTERM, the stop file) the connections to the servers go
+// with their buffers, and the jobs' records in memory (the jobs go on).
+void Goodbye() {
+  SClient_CloseAllConnections();
+  jobs.clear();
+}
+
 // --- Start-up ------------------------------------------------------------------------------------
 
 // The jobs a worker before us left: running ones are watched, ended ones reported.
@@ -409,6 +417,7 @@ int main(int argc, char** argv) {
   CCemployer_SetYield(Serve);
   TakeOver();
   Processe_SetExitStatus(0);
+  Processe_InstallTerminationProcedure(Goodbye);
 
   // Ends with SIGTERM, through the termination chain; the jobs go on.
   for (;;) {
