@@ -42,6 +42,7 @@ constexpr int kTickMs = 250;
 constexpr unsigned kUsageFirst = 20, kUsageLast = 26;
 constexpr int kBatch = 64;
 constexpr std::size_t kMinRewrite = 10000;
+constexpr std::int32_t kMaxHanded = 64;  // jobs in one answer to an ask
 
 std::uint16_t port = 0;
 std::uint8_t queueStatus = CCtypes_QueueRunning;
@@ -185,11 +186,21 @@ void Peek(const SServer_Request& r) {
   // A worker without room asks only to tell what it holds; it asks again
   // by itself when room frees.
   w->full = !first && usages == 0;
-  CCqueue_Entry* e = queueStatus == CCtypes_QueueRunning && !w->full
-                         ? CCjobs_StartNext(w->name, w->local, usages, types) : nullptr;
+  // A worker that tells how many it takes gets that many at once, when as
+  // many wait: one trip for several jobs.
+  const std::int32_t count =
+      r.request == CCprotocol_PEEK_JOB_3 ? std::clamp(SReqObj_GetInteger(SReqObj_Element(r.params, 4)), 1, kMaxHanded) : 1;
+  SReqObj results = SReqObj_CreateArray();
+  CCqueue_Entry* e = nullptr;
+  for (std::int32_t n = 0; n < count && queueStatus == CCtypes_QueueRunning && !w->full; ++n) {
+    e = CCjobs_StartNext(w->name, w->local, usages, types);
+    if (e == nullptr) break;
+    SReqObj_Append(results, SReqObj_CreateString(CCjobBase_JobToString(e->job)));
+  }
   w->idle = e == nullptr;
   if (e == nullptr) w->seen = generation;
-  CCnotify_Reply(r.conn, One(SReqObj_CreateString(e == nullptr ? "" : CCjobBase_JobToString(e->job))));
+  if (SReqObj_Count(results) == 0) SReqObj_Append(results, SReqObj_CreateString(""));
+  CCnotify_Reply(r.conn, results);
 }
 
 void Finished(const SServer_Request& r) {

@@ -105,18 +105,23 @@ std::string MachineName() {
 
 // --- Room -----------------------------------------------------------------------------------
 
-// The CPU usages a job may have to start now.
-std::uint8_t Room() {
+// The CPU usages a job may have to start now, and how many jobs of any mix
+// of them may start (each takes one from the room of every usage).
+std::uint8_t Room(std::int32_t& count) {
   std::size_t high = 0, low = 0, free = 0;
   for (const auto& [id, j] : jobs) {
     if (j->ended) continue;
     const std::uint8_t usage = CCjobBase_GetCpuUsage(j->job);
     (usage == CCtypes_CpuLow ? low : usage == CCtypes_CpuFree ? free : high) += 1;
   }
+  const std::size_t lowRoom = 2 * slots - std::min(2 * slots, high + low);
+  const std::size_t left[] = {lowRoom, std::min(slots - std::min(slots, high), lowRoom),
+                              4 * slots - std::min(4 * slots, high + low + free)};  // low, high, free
   std::uint8_t room = 0;
-  if (high < slots && high + low < 2 * slots) room |= 1U << CCtypes_CpuHigh;
-  if (high + low < 2 * slots) room |= 1U << CCtypes_CpuLow;
-  if (high + low + free < 4 * slots) room |= 1U << CCtypes_CpuFree;
+  std::size_t fewest = 4 * slots;
+  for (const std::uint8_t usage : {CCtypes_CpuLow, CCtypes_CpuHigh, CCtypes_CpuFree})
+    if (left[usage] > 0) room = static_cast<std::uint8_t>(room | 1U << usage), fewest = std::min(fewest, left[usage]);
+  count = static_cast<std::int32_t>(room == 0 ? 0 : fewest);
   return room;
 }
 
@@ -279,13 +284,14 @@ std::vector<std::string> Held(const CCemployer_Employer* e) {
 void Pull() {
   for (CCemployer_Employer* e : CCemployer_All()) {
     while (e->hasWork || e->mustAsk) {
-      const std::uint8_t room = Room();
+      std::int32_t count = 0;
+      const std::uint8_t room = Room(count);
       if (room == 0 && !e->mustAsk) break;
       bool reached = false;
       peeking = true;
-      CCjobBase_Job job = CCemployer_Peek(e, room, Held(e), reached);
+      const std::vector<CCjobBase_Job> handed = CCemployer_Peek(e, room, count, Held(e), reached);
       peeking = false;
-      if (job != nullptr) Start(e, job);
+      for (CCjobBase_Job job : handed) Start(e, job);
       if (!reached || room == 0) break;
     }
   }
