@@ -141,9 +141,13 @@ void Finish(Job& j, std::uint8_t status) {
   j.status = status;
   j.ended = true;
   j.employer->hasWork = true;  // there is room again: ask
-  char progress[kPathCap];
-  CCjobBase_GetProgressFilename(j.job, progress);
-  if (progress[0] != '\0') CCjobDir_Retire(StrIn(progress).Str(), true);
+  char path[kPathCap];
+  CCjobBase_GetProgressFilename(j.job, path);
+  if (path[0] != '\0') CCjobDir_Retire(StrIn(path).Str(), true);
+  // A done job's error file goes at its end anyway (its server's clean-up):
+  // kept, it becomes the next job's.
+  CCjobBase_GetErrorFilename(j.job, path);
+  if (status == CCtypes_Done && path[0] != '\0') CCjobDir_Retire(StrIn(path).Str(), true);
 }
 
 // The job's shell ended (or is gone): its exit status says how, or, for a
@@ -254,9 +258,12 @@ void Start(CCemployer_Employer* e, CCjobBase_Job job) {
   run.employer = CCjobBase_GetEmployerHost(job).empty() ? e->host : std::string(CCjobBase_GetEmployerHost(job));
   run.uid = CCjobBase_GetUid(job);
   run.gid = CCjobBase_GetGid(job);
-  // The job's shell empties its progress file: one that is there spares the
-  // making of a new one (not for a job of another user, who could not write it).
-  if (!run.progressFile.empty() && (::geteuid() != 0 || run.uid < 0)) CCjobDir_PlaceSpare(run.progressFile);
+  // The job's shell empties its progress and error files: ones that are
+  // there spare the making of new ones (not for a job of another user, who
+  // could not write them).
+  if (::geteuid() != 0 || run.uid < 0)
+    for (const std::string* file : {&run.progressFile, &run.errorFile})
+      if (!file->empty()) CCjobDir_PlaceSpare(*file);
   j->process = CCrunner_Start(run, file);
   if (j->process > 0) CCjobDir_NoteProcess(file, j->process);
   ::close(file);
