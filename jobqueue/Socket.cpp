@@ -116,6 +116,18 @@ bool ResolveHost(StrIn host, in_addr& address) {
   return true;
 }
 
+// A connection to a port of this host where nobody listens can, when the
+// port lies in the range the system picks local ports from, be given that
+// same port as its own and end up connected to itself. It would hold the
+// port that the service it waits for wants back: treat it as refused.
+bool ConnectedToItself(int fd) {
+  sockaddr_in local{}, peer{};
+  socklen_t localLength = sizeof local, peerLength = sizeof peer;
+  return ::getsockname(fd, reinterpret_cast<sockaddr*>(&local), &localLength) == 0 &&
+         ::getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peerLength) == 0 &&
+         local.sin_port == peer.sin_port && local.sin_addr.s_addr == peer.sin_addr.s_addr;
+}
+
 }  // namespace
 
 Socket Socket_Nil() { return nullptr; }
@@ -140,6 +152,10 @@ Socket Socket_Connect(StrIn host, std::uint16_t port, std::size_t bufferSize, in
       ::close(fd);
       return Fail(nullptr, error == ETIMEDOUT ? 3 : 2), nullptr;
     }
+  }
+  if (ConnectedToItself(fd)) {
+    ::close(fd);
+    return Fail(nullptr, 2), nullptr;
   }
   return Wrap(fd, bufferSize, false);
 }

@@ -9,8 +9,10 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <stdexcept>
 
 namespace {
@@ -91,15 +93,20 @@ void UsePrivateSite(const std::string& root) {
   ::setenv("TMP", (root + "/tmp").c_str(), 1);
 }
 
+// A port below the range the system picks local ports of outgoing
+// connections from, so that a service restarted by a test finds its port
+// still free while tests run side by side.
 int FreeLoopbackPort() {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address = Loopback(0);
-  socklen_t length = sizeof address;
-  if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0)
-    throw std::runtime_error("no free loopback port");
-  ::close(fd);
-  return ntohs(address.sin_port);
+  static std::minstd_rand next(static_cast<unsigned>(::getpid()) * 7919u + static_cast<unsigned>(::time(nullptr)));
+  for (int attempt = 0; attempt < 1000; ++attempt) {
+    const int port = 20000 + static_cast<int>(next() % 12000);
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = Loopback(port);
+    const bool free = ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    ::close(fd);
+    if (free) return port;
+  }
+  throw std::runtime_error("no free loopback port");
 }
 
 void ChoosePort(const std::string& portVariable) {
