@@ -122,9 +122,7 @@ Content Measure(CWLabel l) {
   c.lines = Lines(l);
   const bool showText = !c.lines.empty() && (!c.IconRoom() || l->dispBoth);
   if (!showText) c.lines.clear();
-  int ascent = 0;
-  W_TextExtents(l->fontSize, l->fontFixed, StrIn("Ag"), c.textWidth, ascent, c.descent);
-  c.lineHeight = ascent + c.descent;
+  c.lineHeight = WtDraw_LineHeight(l->fontSize, l->fontFixed, &c.descent);
   c.textWidth = 0;
   for (const std::string& line : c.lines) c.textWidth = std::max(c.textWidth, WtDraw_StringWidth(l->fontSize, l->fontFixed, line));
   const int textHeight = c.lines.empty() ? 0 : c.lineHeight * static_cast<int>(c.lines.size());

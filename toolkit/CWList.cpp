@@ -6,10 +6,10 @@
 #include "toolkit/CObject.h"
 #include "toolkit/CWListRec.h"
 #include "toolkit/CWShell.h"
-#include "toolkit/CWTable.h"
 #include "toolkit/WtColors.h"
 #include "toolkit/WtDraw.h"
 #include "toolkit/WtPopup.h"
+#include "toolkit/WtRowScroll.h"
 #include "toolkit/WtWnds.h"
 
 Classes_ClassPtr CWList_class = nullptr;
@@ -19,9 +19,8 @@ namespace {
 
 std::uint32_t rowsAT, columnsAT, vGapAT, fontSizeAT, fontFixedAT, coloredListAT, fullColoredListAT;
 
-constexpr int kBar = CWTable_scrollBarWidth;
+constexpr int kBar = WtRowScroll_barWidth;
 constexpr int kTextPad = 4;  // left of the texts
-constexpr int kWheelRows = 3;
 
 CWList_State& State(Widget w) { return *CWList_Of(w)->state; }
 CWCore_ClassRec* Super() { return static_cast<CWCore_ClassRec*>(CWCore_class); }
@@ -72,12 +71,7 @@ void ParseEntries(CWList l) {
 
 int Margin(Widget w) { return std::max(w->frameWidth, 0) + static_cast<int>(w->borderWidth); }
 
-int LineHeight(CWList l, int* descent = nullptr) {
-  int width, ascent, down;
-  W_TextExtents(l->fontSize, l->fontFixed, StrIn("Ag"), width, ascent, down);
-  if (descent != nullptr) *descent = down;
-  return ascent + down;
-}
+int LineHeight(CWList l, int* descent = nullptr) { return WtDraw_LineHeight(l->fontSize, l->fontFixed, descent); }
 
 int CharWidth(CWList l) {
   int width, ascent, descent;
@@ -109,13 +103,12 @@ Area RowArea(CWList l) {
 void ClampTop(CWList l) {
   const std::size_t visible = VisibleRows(l), count = Count(l);
   const std::size_t top = static_cast<std::size_t>(std::max(l->firstEntry, 0));
-  l->firstEntry = static_cast<std::int32_t>(count > visible ? std::min(top, count - visible) : 0);
+  l->firstEntry = static_cast<std::int32_t>(WtRowScroll_Clamp(top, count, visible));
 }
 
-CWTable_ScrollBar Bar(CWList l) {
+WtRowScroll_Bar Bar(CWList l) {
   const Area a = RowArea(l);
-  return CWTable_ScrollBar{a.right, a.bottom, a.top, Count(l), VisibleRows(l),
-                           static_cast<std::size_t>(l->firstEntry)};
+  return WtRowScroll_Bar{a.right, a.bottom, a.top, Count(l), VisibleRows(l), static_cast<std::size_t>(l->firstEntry)};
 }
 
 void Redraw(CWList l) {
@@ -132,10 +125,7 @@ void ScrollTo(CWList l, std::size_t top) {
 // when the size comes (MyConfigure).
 void ShowEntry(CWList l, std::int32_t index) {
   if (index < 0 || l->height <= 1) return;
-  const auto row = static_cast<std::size_t>(index), visible = VisibleRows(l);
-  const auto top = static_cast<std::size_t>(l->firstEntry);
-  if (row < top) ScrollTo(l, row);
-  else if (row >= top + visible) ScrollTo(l, row + 1 - visible);
+  if (std::size_t top; WtRowScroll_Show(Bar(l), static_cast<std::size_t>(index), top)) ScrollTo(l, top);
 }
 
 // --- Drawing ---------------------------------------------------------------------------------
@@ -180,7 +170,7 @@ void MyExpose(Widget w, const Regions_Region* region, W_Event& event) {
   W_SetForeground(gc, WtColors_inputColor);
   W_FillRectangle(w->window, gc, a.left, a.bottom, a.right - a.left, a.top - a.bottom);
   DrawRows(l, gc);
-  if (HasBar(l)) CWTable_DrawScrollBar(w->window, Bar(l));
+  if (HasBar(l)) WtRowScroll_Draw(w->window, Bar(l));
   if (l->state->focused) {
     W_SetForeground(gc, WtColors_selectionColor);
     W_DrawRectangle(w->window, gc, a.left, a.bottom, a.right - a.left - 1, a.top - a.bottom - 1);
@@ -253,10 +243,7 @@ void APress(Widget w, W_Event& event) {
   if (WtPopup_Owner(w) == nullptr && !CWShell_HasFocus(w) && CWCore_AcceptFocus(w, false)) CWShell_RequestFocus(w);
   s.pressedOnEntry = false;
   if (CWList_InScrollBar(w, event.input.x)) {
-    bool drag = false;
-    const std::size_t first = CWTable_ScrollBarPress(Bar(l), event.input.y, drag, s.dragOffset);
-    if (drag) s.dragging = true;
-    else ScrollTo(l, first);
+    if (std::size_t first; WtRowScroll_Press(Bar(l), event.input.y, s.grip, first)) ScrollTo(l, first);
     return;
   }
   const std::int32_t index = CWList_EntryAt(w, event.input.x, event.input.y);
@@ -268,16 +255,14 @@ void APress(Widget w, W_Event& event) {
 void ADrag(Widget w, W_Event& event) {
   CWList l = CWList_Of(w);
   if (l->comboBoxMode) return CWList_ComboPass(l, event);
-  std::size_t first;
-  if (l->state->dragging && CWTable_ScrollBarDrag(Bar(l), event.input.y, l->state->dragOffset, first))
-    ScrollTo(l, first);
+  if (std::size_t first; WtRowScroll_Drag(Bar(l), event.input.y, l->state->grip, first)) ScrollTo(l, first);
 }
 
 void ARelease(Widget w, W_Event& event) {
   CWList l = CWList_Of(w);
   if (l->comboBoxMode) return CWList_ComboPass(l, event);
   CWList_State& s = *l->state;
-  s.dragging = false;
+  s.grip.dragging = false;
   // A click reports a new selection; a double click reports in any case.
   if (s.pressedOnEntry && (s.changedOnPress || WtEvents_doubleClickFlag)) CWList_Report(w);
   s.pressedOnEntry = s.changedOnPress = false;
@@ -287,8 +272,7 @@ void ARelease(Widget w, W_Event& event) {
 void AWheel(Widget w, W_Event& event) {
   CWList l = CWList_Of(w);
   if (l->comboBoxMode) return CWList_ComboPass(l, event);
-  const auto top = static_cast<std::size_t>(l->firstEntry);
-  ScrollTo(l, event.input.button == 3 ? (top > kWheelRows ? top - kWheelRows : 0) : top + kWheelRows);
+  if (std::size_t top; WtRowScroll_Wheel(Bar(l), event.input.button, top)) ScrollTo(l, top);
 }
 
 // Events for the combo box's text field.

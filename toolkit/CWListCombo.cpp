@@ -115,7 +115,7 @@ void Pointer(Widget owner, W_Event& event) {
   const bool wheel = event.kind == W_ButtonPress && event.input.button >= 3;
   const bool inside = WtPopup_Contains(WtPopup_RectInside(l->state->popup, drop), event.input.xRoot, event.input.yRoot);
   const bool onBar = event.kind == W_ButtonPress && CWList_InScrollBar(drop, e.input.x);
-  if (CWList_Of(drop)->state->dragging || (inside && (wheel || onBar))) {
+  if (CWList_Of(drop)->state->grip.dragging || (inside && (wheel || onBar))) {
     WTranslt_TranslateEvent(drop, e);
     return;
   }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "toolkit/CWList.h"
+#include "toolkit/WtRowScroll.h"
 
 struct CWList_Entry {
   std::string text;  // as shown, without the colour mark
@@ -18,8 +19,7 @@ struct CWList_State {
   std::vector<bool> selected;
   std::int32_t last = -1;  // the entry clicked or moved to last
   bool focused = false;
-  bool dragging = false;  // the scroll bar's thumb
-  int dragOffset = 0;
+  WtRowScroll_Grip grip;  // the scroll bar's thumb
   bool pressedOnEntry = false, changedOnPress = false;
   // The combo box.
   Widget field = nullptr;     // its text field, drawn in the list's window; owned

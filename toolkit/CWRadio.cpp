@@ -19,11 +19,7 @@ CWLabel_ClassRec* Super() { return static_cast<CWLabel_ClassRec*>(CWLabel_class)
 int DiamondSize(Widget w) {
   Radio r = AsRadio(w);
   int size = r->diamondSize;
-  if (size <= 0) {
-    int width, ascent, descent;
-    W_TextExtents(r->fontSize, r->fontFixed, StrIn("Ag"), width, ascent, descent);
-    size = std::max(ascent + descent - 2, 9);
-  }
+  if (size <= 0) size = std::max(WtDraw_LineHeight(r->fontSize, r->fontFixed) - 2, 9);
   return size | 1;
 }
 

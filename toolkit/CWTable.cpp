@@ -16,6 +16,7 @@
 #include "toolkit/WtDraw.h"
 #include "toolkit/WtEvents.h"
 #include "toolkit/WtGuiLog.h"
+#include "toolkit/WtRowScroll.h"
 #include "toolkit/WtWnds.h"
 
 Classes_ClassPtr CWTable_class = nullptr;
@@ -26,20 +27,9 @@ char section[kSectionCap] = "CWTable";
 std::uint32_t descrAT;
 std::uint32_t iconAT[6];  // "iconPath" and the icon lists
 
-constexpr int kScrollBar = CWTable_scrollBarWidth;
+constexpr int kScrollBar = WtRowScroll_barWidth;
 constexpr std::size_t kMaxRows = 10000000;  // a longer list is taken for a loop
 constexpr std::int32_t kHeader = -2, kNone = -1;
-
-// The thumb of a bar, from the trough's bottom; the first row shown stands
-// at the top, so the offset counts from the other end.
-std::int64_t Span(const CWTable_ScrollBar& bar) {
-  return bar.count > bar.visible ? static_cast<std::int64_t>(bar.count - bar.visible) : 0;
-}
-CWSlider_Thumb Thumb(const CWTable_ScrollBar& bar) {
-  const std::int64_t span = Span(bar);
-  return CWSlider_ThumbPlace(bar.top - bar.bottom, span, static_cast<std::int64_t>(bar.visible),
-                             span - static_cast<std::int64_t>(bar.first));
-}
 
 CWCore_ClassRec* Super() { return static_cast<CWCore_ClassRec*>(CWGroup_class); }
 WtTableD_Table Descr(CWTable t) { return t->internTableDescr; }
@@ -49,7 +39,7 @@ int Margin(Widget w) { return std::max(w->frameWidth, 0) + static_cast<int>(w->b
 void ReleaseIcons(CWTable t) { t->state->icons.Release(); }
 
 int HeaderHeight(CWTable t) {
-  return t->showHeader ? CWTable_LineHeight(CWTable_HeaderSize(t), false) + 2 * t->cellVertBorder + 4 : 0;
+  return t->showHeader ? WtDraw_LineHeight(CWTable_HeaderSize(t), false) + 2 * t->cellVertBorder + 4 : 0;
 }
 
 // The width a column wants: its header, and its cells (icons and texts). A
@@ -77,20 +67,13 @@ int NaturalWidth(CWTable t, WtTableD_Column c, bool withRows) {
 
 // --- Measures ----------------------------------------------------------------------------
 
-int CWTable_LineHeight(int size, bool mono, int* descent) {
-  int width, ascent, down;
-  W_TextExtents(size, mono, StrIn("Ag"), width, ascent, down);
-  if (descent != nullptr) *descent = down;
-  return ascent + down;
-}
-
 W_Pixmap CWTable_Icon(CWTable t, int index, int& width, int& height) {
   return t->state->icons.Get(t->iconPath, t->iconList, index, width, height);
 }
 
 int CWTable_RowHeight(CWTable t) {
   if (t->rowHeight > 0) return t->rowHeight;
-  int h = std::max(CWTable_LineHeight(t->fontSize, t->fontFixed), static_cast<int>(t->cellHeight));
+  int h = std::max(WtDraw_LineHeight(t->fontSize, t->fontFixed), static_cast<int>(t->cellHeight));
   if (!t->ignoreIconHeights && t->realized) h = std::max(h, t->state->icons.TallestHeight(t->iconPath, t->iconList));
   return h + 2 * t->cellVertBorder;
 }
@@ -116,7 +99,7 @@ std::size_t VisibleRows(CWTable t) {
 void ClampTop(CWTable t) {
   CWTable_State& s = *t->state;
   const std::size_t visible = VisibleRows(t);
-  s.top = s.rows.size() > visible ? std::min(s.top, s.rows.size() - visible) : 0;
+  s.top = WtRowScroll_Clamp(s.top, s.rows.size(), visible);
 }
 
 // Column places: each column its natural width, the rest by fill-up weights.
@@ -236,9 +219,9 @@ bool MyGetToolTipText(Widget w, int level, int x, int y, StrOut text, W_Point& l
 // --- Drawing -----------------------------------------------------------------------------
 
 // The scroll bar of the rows.
-CWTable_ScrollBar Bar(CWTable t) {
+WtRowScroll_Bar Bar(CWTable t) {
   const CWTable_Area a = CWTable_InnerArea(t);
-  return CWTable_ScrollBar{a.right, a.bottom, a.rowsTop, t->state->rows.size(), VisibleRows(t), t->state->top};
+  return WtRowScroll_Bar{a.right, a.bottom, a.rowsTop, t->state->rows.size(), VisibleRows(t), t->state->top};
 }
 
 void DrawScrollBar(CWTable t, W_GC gc) {
@@ -248,7 +231,7 @@ void DrawScrollBar(CWTable t, W_GC gc) {
     W_SetForeground(gc, CWSlider_TroughColor());
     W_FillRectangle(t->window, gc, a.right, a.rowsTop, kScrollBar, a.top - a.rowsTop);
   }
-  CWTable_DrawScrollBar(t->window, Bar(t));
+  WtRowScroll_Draw(t->window, Bar(t));
 }
 
 void MyExpose(Widget w, const Regions_Region* region, W_Event& event) {
@@ -273,9 +256,7 @@ void ScrollTo(CWTable t, std::size_t top) {
 }
 
 void ShowRow(CWTable t, std::size_t row) {
-  const std::size_t visible = VisibleRows(t);
-  if (row < t->state->top) ScrollTo(t, row);
-  else if (row >= t->state->top + visible) ScrollTo(t, row + 1 - visible);
+  if (std::size_t top; WtRowScroll_Show(Bar(t), row, top)) ScrollTo(t, top);
 }
 
 // Selects as a click with these modifiers does; whether a flag changed.
@@ -393,10 +374,7 @@ void APress(Widget w, W_Event& event) {
   if (CWTable_EditorPress(t, RowAt(t, y), ColumnAt(t, x), x)) return;
   CWTable_CloseEditor(t, true);
   if (InScrollBar(t, x)) {
-    bool drag = false;
-    const std::size_t first = CWTable_ScrollBarPress(Bar(t), y, drag, s.dragOffset);
-    if (drag) s.dragging = true;
-    else ScrollTo(t, first);
+    if (std::size_t first; WtRowScroll_Press(Bar(t), y, s.grip, first)) ScrollTo(t, first);
     return;
   }
   const std::int32_t row = RowAt(t, y);
@@ -417,15 +395,13 @@ void APress(Widget w, W_Event& event) {
 
 void ADrag(Widget w, W_Event& event) {
   CWTable t = CWTable_Of(w);
-  std::size_t first;
-  if (t->state->dragging && CWTable_ScrollBarDrag(Bar(t), event.input.y, t->state->dragOffset, first))
-    ScrollTo(t, first);
+  if (std::size_t first; WtRowScroll_Drag(Bar(t), event.input.y, t->state->grip, first)) ScrollTo(t, first);
 }
 
 void ARelease(Widget w, W_Event&) {
   CWTable t = CWTable_Of(w);
   CWTable_State& s = *t->state;
-  s.dragging = false;
+  s.grip.dragging = false;
   // A double click on an editable text cell opens its editor rather than
   // being reported.
   const std::size_t row = s.pressedRow;
@@ -440,8 +416,7 @@ void ARelease(Widget w, W_Event&) {
 // The wheel: buttons 4 and 5.
 void AWheel(Widget w, W_Event& event) {
   CWTable t = CWTable_Of(w);
-  if (event.input.button == 3) ScrollTo(t, t->state->top > 3 ? t->state->top - 3 : 0);
-  else if (event.input.button == 4) ScrollTo(t, t->state->top + 3);
+  if (std::size_t top; WtRowScroll_Wheel(Bar(t), event.input.button, top)) ScrollTo(t, top);
   else WTranslt_ReturnEvent(w, event);
 }
 
@@ -461,17 +436,8 @@ void AKey(Widget w, W_Event& event) {
     CWTable_EditCell(t, current, static_cast<std::size_t>(column));
     return;
   }
-  const std::size_t page = VisibleRows(t);
   std::size_t row;
-  switch (event.input.ch) {
-    case W_KeyUp: row = current > 0 ? current - 1 : 0; break;
-    case W_KeyDown: row = std::min(current + 1, count - 1); break;
-    case W_KeyPrior: row = current > page ? current - page : 0; break;
-    case W_KeyNext: row = std::min(current + page, count - 1); break;
-    case W_KeyHome: row = 0; break;
-    case W_KeyEnd: row = count - 1; break;
-    default: return WTranslt_ReturnEvent(w, event);
-  }
+  if (!WtRowScroll_KeyRow(event.input.ch, current, count, VisibleRows(t), row)) return WTranslt_ReturnEvent(w, event);
   ShowRow(t, row);
   if (Select(t, row, 0)) ReportSelection(t);
 }
@@ -601,9 +567,7 @@ void MyInitClass(Classes_ClassPtr c, void* prototype) {
   CAttribs_DefAttr(c, "oneRowBlocks", 0, &p->oneRowBlocks);
   CAttribs_DefAttr(c, "ignoreIconHeights", 0, &p->ignoreIconHeights);
   CAttribs_DefAttr(c, "dynamicRows", 0, &p->dynamicRows);
-  iconAT[5] = CAttribs_DefStrAttr(c, "iconPath", kPathCap - 1, &p->iconPath);
-  const char* lists[] = {"iconList", "iconList1", "iconList2", "iconList3", "iconList4"};
-  for (int i = 0; i < 5; ++i) iconAT[i] = CAttribs_DefStrAttr(c, StrIn::C(lists[i]), kTextCap - 1, &p->iconList[i]);
+  WtIconList::DefineAttrs(c, p->iconPath, p->iconList, &iconAT);
   CAttribs_DefAttr(c, "cellVertBorder", 3, &p->cellVertBorder);
   CAttribs_DefAttr(c, "cellHoriBorder", 3, &p->cellHoriBorder);
   CAttribs_DefAttr(c, "cellHeight", 3, &p->cellHeight);
@@ -693,34 +657,5 @@ bool CWTable_CellPlace(Widget table, std::size_t row, std::size_t column, Region
   if (column >= s.columnX.size() || s.columnWidth[column] == 0 || !CWTable_RowPlace(table, row, place)) return false;
   place.x = s.columnX[column];
   place.width = s.columnWidth[column];
-  return true;
-}
-
-// --- The scroll bar ------------------------------------------------------------------------
-
-void CWTable_DrawScrollBar(W_Window window, const CWTable_ScrollBar& bar) {
-  // All rows in view: no thumb.
-  const CWSlider_Thumb thumb = Span(bar) > 0 ? Thumb(bar) : CWSlider_Thumb{};
-  CWSlider_DrawTrough(window, Regions_Rect{bar.x, bar.bottom, kScrollBar, bar.top - bar.bottom}, true, false, thumb,
-                      false);
-}
-
-std::size_t CWTable_ScrollBarPress(const CWTable_ScrollBar& bar, int y, bool& dragging, int& dragOffset) {
-  const CWSlider_Thumb thumb = Thumb(bar);
-  const int top = bar.bottom + thumb.start + thumb.length;
-  dragging = false;
-  if (y >= top) return bar.first > bar.visible ? bar.first - bar.visible : 0;
-  if (y < bar.bottom + thumb.start) return bar.first + bar.visible;
-  dragging = true;
-  dragOffset = top - y;
-  return bar.first;
-}
-
-bool CWTable_ScrollBarDrag(const CWTable_ScrollBar& bar, int y, int dragOffset, std::size_t& first) {
-  const CWSlider_Thumb thumb = Thumb(bar);
-  const std::int64_t span = Span(bar);
-  if (span <= 0 || thumb.length >= bar.top - bar.bottom) return false;
-  const int start = y + dragOffset - thumb.length - bar.bottom;
-  first = static_cast<std::size_t>(span - CWSlider_OffsetAt(bar.top - bar.bottom, thumb.length, span, start));
   return true;
 }

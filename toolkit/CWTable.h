@@ -76,23 +76,3 @@ bool CWTable_RowPlace(Widget table, std::size_t row, Regions_Rect& place);
 // The place of a cell (the column by its index in the description); false
 // when its row is not in view or the column is hidden.
 bool CWTable_CellPlace(Widget table, std::size_t row, std::size_t column, Regions_Rect& place);
-
-// --- The scroll bar, drawn inside a widget (tables and lists) ----------------------------
-
-inline constexpr int CWTable_scrollBarWidth = 14;
-// A trough of CWTable_scrollBarWidth pixels at `x` of the widget's window,
-// from `bottom` up to `top`, for `count` rows of which `visible` show from
-// `first` on.
-struct CWTable_ScrollBar {
-  int x = 0, bottom = 0, top = 0;
-  std::size_t count = 0, visible = 0, first = 0;
-};
-// The trough and, when not all rows show, the thumb.
-void CWTable_DrawScrollBar(W_Window window, const CWTable_ScrollBar& bar);
-// A press at height `y`: above or below the thumb the first row a page up or
-// down; on the thumb a drag starts (`dragging`, and `dragOffset` where it
-// was taken) and the first row stays.
-std::size_t CWTable_ScrollBarPress(const CWTable_ScrollBar& bar, int y, bool& dragging, int& dragOffset);
-// The first row while the thumb taken at `dragOffset` is at height `y`;
-// false when the bar cannot move.
-bool CWTable_ScrollBarDrag(const CWTable_ScrollBar& bar, int y, int dragOffset, std::size_t& first);

@@ -45,7 +45,7 @@ void DrawCellText(CWTable t, W_GC gc, int x, int width, int bottom, int height, 
                   std::uint8_t align) {
   if (text.empty() || width <= 0) return;
   int descent;
-  const int line = CWTable_LineHeight(size, t->fontFixed && size == t->fontSize, &descent);
+  const int line = WtDraw_LineHeight(size, t->fontFixed && size == t->fontSize, &descent);
   const int textWidth = WtDraw_StringWidth(size, t->fontFixed, text);
   const int room = width - 2 * t->cellHoriBorder - 4;
   const int left = x + t->cellHoriBorder + 2 +

@@ -211,7 +211,7 @@ void CWTable_DrawEditor(CWTable t, W_GC gc) {
   W_SetForeground(gc, WtColors_selectionColor);
   W_DrawRectangle(t->window, gc, place.x, place.y, place.width - 1, place.height - 1);
   int descent;
-  const int line = CWTable_LineHeight(t->fontSize, t->fontFixed, &descent);
+  const int line = WtDraw_LineHeight(t->fontSize, t->fontFixed, &descent);
   const int left = place.x + Inset(t) - Shift(t, place);
   const int baseline = place.y + (place.height - line) / 2 + descent;
   W_SetClipRect(gc, place.x + 1, place.y + 1, place.width - 2, place.height - 2);

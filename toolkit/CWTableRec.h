@@ -9,6 +9,7 @@
 
 #include "toolkit/CWTable.h"
 #include "toolkit/WtIconList.h"
+#include "toolkit/WtRowScroll.h"
 
 // The field over a string cell being edited (record nil: none is open).
 struct CWTable_Editor {
@@ -27,8 +28,7 @@ struct CWTable_State {
   int sortColumn = -1;
   bool sortDescending = false;
   bool focused = false;
-  bool dragging = false;  // the scroll bar's thumb
-  int dragOffset = 0;
+  WtRowScroll_Grip grip;  // the scroll bar's thumb
   bool changedOnPress = false;
   bool pressedOnRow = false;
   // The cell whose tip is on its way or shown (nil: the table's own help).
@@ -52,8 +52,6 @@ CWTable_Area CWTable_InnerArea(CWTable t);
 // Notes why a replayed command cannot be played: message `number` of
 // "CWTable", with `word` put in.
 void CWTable_CommandFailed(unsigned number, const std::string& word = {});
-// The height of a line of text (and its descent).
-int CWTable_LineHeight(int size, bool mono, int* descent = nullptr);
 int CWTable_RowHeight(CWTable t);
 // The header's font size.
 int CWTable_HeaderSize(CWTable t);

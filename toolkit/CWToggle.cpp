@@ -17,9 +17,7 @@ CWLabel_ClassRec* Super() { return static_cast<CWLabel_ClassRec*>(CWLabel_class)
 
 // The box is as high as a line of the label's font.
 int BoxSize(Widget w) {
-  int width, ascent, descent;
-  W_TextExtents(AsToggle(w)->fontSize, AsToggle(w)->fontFixed, StrIn("Ag"), width, ascent, descent);
-  return std::max(ascent + descent - 2, 8);
+  return std::max(WtDraw_LineHeight(AsToggle(w)->fontSize, AsToggle(w)->fontFixed) - 2, 8);
 }
 
 void ExtraRoom(Widget w, int& left, int& right) {

@@ -8,11 +8,11 @@
 #include "base/SPrintf.h"
 #include "toolkit/CObject.h"
 #include "toolkit/CWShell.h"
-#include "toolkit/CWTable.h"
 #include "toolkit/WtColors.h"
 #include "toolkit/WtDraw.h"
 #include "toolkit/WtIconList.h"
 #include "toolkit/WtGuiLog.h"
+#include "toolkit/WtRowScroll.h"
 #include "toolkit/WtWnds.h"
 
 Classes_ClassPtr CWTree_class = nullptr;
@@ -37,8 +37,7 @@ struct CWTree_State {
   WtIconList icons;
   std::size_t top = 0;  // the first row shown
   bool focused = false;
-  bool dragging = false;  // the scroll bar's thumb
-  int dragOffset = 0;
+  WtRowScroll_Grip grip;  // the scroll bar's thumb
   bool pressedOnRow = false, changedOnPress = false;
 };
 
@@ -46,9 +45,8 @@ namespace {
 
 char section[kSectionCap] = "CWTree";
 
-constexpr int kBar = CWTable_scrollBarWidth;
+constexpr int kBar = WtRowScroll_barWidth;
 constexpr int kIconGap = 4;
-constexpr std::size_t kWheelRows = 3;
 const W_Color kLines{165, 165, 160};
 const W_Color kOpener{96, 96, 96};
 
@@ -93,12 +91,7 @@ std::string PathOf(const CWTree_State& s, std::size_t row) {
 
 int Margin(Widget w) { return std::max(w->frameWidth, 0) + static_cast<int>(w->borderWidth); }
 
-int LineHeight(CWTree t, int* descent = nullptr) {
-  int width, ascent, down;
-  W_TextExtents(t->fontSize, t->fontFixed, StrIn("Ag"), width, ascent, down);
-  if (descent != nullptr) *descent = down;
-  return ascent + down;
-}
+int LineHeight(CWTree t, int* descent = nullptr) { return WtDraw_LineHeight(t->fontSize, t->fontFixed, descent); }
 
 int RowHeight(CWTree t) {
   int h = LineHeight(t);
@@ -126,12 +119,12 @@ Area RowArea(CWTree t) {
 void ClampTop(CWTree t) {
   CWTree_State& s = *t->state;
   const std::size_t visible = VisibleRows(t);
-  s.top = s.rows.size() > visible ? std::min(s.top, s.rows.size() - visible) : 0;
+  s.top = WtRowScroll_Clamp(s.top, s.rows.size(), visible);
 }
 
-CWTable_ScrollBar Bar(CWTree t) {
+WtRowScroll_Bar Bar(CWTree t) {
   const Area a = RowArea(t);
-  return CWTable_ScrollBar{a.right, a.bottom, a.top, t->state->rows.size(), VisibleRows(t), t->state->top};
+  return WtRowScroll_Bar{a.right, a.bottom, a.top, t->state->rows.size(), VisibleRows(t), t->state->top};
 }
 
 // Where the row's opener box starts: its depth's indentation.
@@ -213,7 +206,7 @@ void MyExpose(Widget w, const Regions_Region* region, W_Event& event) {
   int bottom = a.top - height;
   for (std::size_t row = s.top; row < s.rows.size() && bottom + height > a.bottom; ++row, bottom -= height)
     DrawRow(t, gc, row, bottom, height);
-  if (HasBar(t)) CWTable_DrawScrollBar(w->window, Bar(t));
+  if (HasBar(t)) WtRowScroll_Draw(w->window, Bar(t));
   if (s.focused) {
     W_SetForeground(gc, WtColors_selectionColor);
     W_DrawRectangle(w->window, gc, a.left, a.bottom, a.right - a.left - 1, a.top - a.bottom - 1);
@@ -235,9 +228,7 @@ void ScrollTo(CWTree t, std::size_t top) {
 
 void ShowRow(CWTree t, std::size_t row) {
   if (t->height <= 1) return;  // shown when the size comes
-  const std::size_t visible = VisibleRows(t);
-  if (row < t->state->top) ScrollTo(t, row);
-  else if (row >= t->state->top + visible) ScrollTo(t, row + 1 - visible);
+  if (std::size_t top; WtRowScroll_Show(Bar(t), row, top)) ScrollTo(t, top);
 }
 
 void ClearSelection(CWTree_Node* first) {
@@ -374,10 +365,7 @@ void APress(Widget w, W_Event& event) {
   s.pressedOnRow = s.changedOnPress = false;
   const int x = event.input.x, y = event.input.y;
   if (HasBar(t) && x >= RowArea(t).right) {
-    bool drag = false;
-    const std::size_t first = CWTable_ScrollBarPress(Bar(t), y, drag, s.dragOffset);
-    if (drag) s.dragging = true;
-    else ScrollTo(t, first);
+    if (std::size_t first; WtRowScroll_Press(Bar(t), y, s.grip, first)) ScrollTo(t, first);
     return;
   }
   const std::int64_t row = RowAt(t, y);
@@ -394,15 +382,13 @@ void APress(Widget w, W_Event& event) {
 
 void ADrag(Widget w, W_Event& event) {
   CWTree t = AsTree(w);
-  std::size_t first;
-  if (t->state->dragging && CWTable_ScrollBarDrag(Bar(t), event.input.y, t->state->dragOffset, first))
-    ScrollTo(t, first);
+  if (std::size_t first; WtRowScroll_Drag(Bar(t), event.input.y, t->state->grip, first)) ScrollTo(t, first);
 }
 
 void ARelease(Widget w, W_Event&) {
   CWTree t = AsTree(w);
   CWTree_State& s = *t->state;
-  s.dragging = false;
+  s.grip.dragging = false;
   if (s.pressedOnRow && (s.changedOnPress || WtEvents_doubleClickFlag)) ReportSelection(t);
   s.pressedOnRow = s.changedOnPress = false;
 }
@@ -410,8 +396,7 @@ void ARelease(Widget w, W_Event&) {
 // The wheel: buttons 4 and 5.
 void AWheel(Widget w, W_Event& event) {
   CWTree t = AsTree(w);
-  const std::size_t top = t->state->top;
-  ScrollTo(t, event.input.button == 3 ? (top > kWheelRows ? top - kWheelRows : 0) : top + kWheelRows);
+  if (std::size_t top; WtRowScroll_Wheel(Bar(t), event.input.button, top)) ScrollTo(t, top);
 }
 
 void AKey(Widget w, W_Event& event) {
@@ -422,25 +407,16 @@ void AKey(Widget w, W_Event& event) {
   std::vector<std::size_t> chosen;
   CollectSelected(s, chosen);
   const std::size_t current = chosen.empty() ? s.top : chosen.front();
-  const std::size_t page = VisibleRows(t);
   const Row& r = s.rows[current];
   std::size_t row = current;
-  switch (event.input.ch) {
-    case W_KeyUp: row = current > 0 ? current - 1 : 0; break;
-    case W_KeyDown: row = std::min(current + 1, count - 1); break;
-    case W_KeyPrior: row = current > page ? current - page : 0; break;
-    case W_KeyNext: row = std::min(current + page, count - 1); break;
-    case W_KeyHome: row = 0; break;
-    case W_KeyEnd: row = count - 1; break;
-    case W_KeyRight:
-      if (!r.node->expanded) return SetOpen(t, current, true);
-      row = r.node->firstChild != nullptr ? current + 1 : current;
-      break;
-    case W_KeyLeft:
-      if (r.node->expanded) return SetOpen(t, current, false);
-      row = r.parent >= 0 ? static_cast<std::size_t>(r.parent) : current;
-      break;
-    default: return WTranslt_ReturnEvent(w, event);
+  if (event.input.ch == W_KeyRight) {
+    if (!r.node->expanded) return SetOpen(t, current, true);
+    row = r.node->firstChild != nullptr ? current + 1 : current;
+  } else if (event.input.ch == W_KeyLeft) {
+    if (r.node->expanded) return SetOpen(t, current, false);
+    row = r.parent >= 0 ? static_cast<std::size_t>(r.parent) : current;
+  } else if (!WtRowScroll_KeyRow(event.input.ch, current, count, VisibleRows(t), row)) {
+    return WTranslt_ReturnEvent(w, event);
   }
   ShowRow(t, row);
   if (Select(t, row, 0)) ReportSelection(t);
@@ -545,9 +521,7 @@ void MyInitClass(Classes_ClassPtr c, void* prototype) {
   CAttribs_DefAttr(c, "indentSize", 3, &p->indentSize);
   CAttribs_DefAttr(c, "itemVertBorder", 3, &p->itemVertBorder);
   CAttribs_DefAttr(c, "itemHoriBorder", 3, &p->itemHoriBorder);
-  CAttribs_DefStrAttr(c, "iconPath", kPathCap - 1, &p->iconPath);
-  const char* lists[] = {"iconList", "iconList1", "iconList2", "iconList3", "iconList4"};
-  for (int i = 0; i < 5; ++i) CAttribs_DefStrAttr(c, StrIn::C(lists[i]), kTextCap - 1, &p->iconList[i]);
+  WtIconList::DefineAttrs(c, p->iconPath, p->iconList);
   CAttribs_DefAttr(c, "selectionColor", 11, &p->selectionColor);
   CAttribs_DefAttr(c, "drawColor", 11, &p->drawColor);
   p->defaultWidth = 200;

@@ -288,6 +288,13 @@ int WtDraw_StringWidth(int size, bool mono, StrIn text) {
   return width;
 }
 
+int WtDraw_LineHeight(int size, bool mono, int* descent) {
+  int width, ascent, down;
+  W_TextExtents(size, mono, StrIn("Ag"), width, ascent, down);
+  if (descent != nullptr) *descent = down;
+  return ascent + down;
+}
+
 void WtDraw_DrawString(W_Window window, W_GC gc, int x, int y, StrIn text) { W_DrawString(window, gc, x, y, text); }
 
 void WtDraw_DrawImageString(W_Window window, W_GC gc, int x, int y, StrIn text) {

@@ -70,5 +70,7 @@ void WtDraw_DrawPixmap(W_Window window, W_Pixmap pixmap, int x, int y);
 // --- Text ------------------------------------------------------------------------------
 
 int WtDraw_StringWidth(int size, bool mono, StrIn text);
+// The height of a line of text in the font, and its descent.
+int WtDraw_LineHeight(int size, bool mono, int* descent = nullptr);
 void WtDraw_DrawString(W_Window window, W_GC gc, int x, int y, StrIn text);
 void WtDraw_DrawImageString(W_Window window, W_GC gc, int x, int y, StrIn text);

@@ -1,10 +1,20 @@
 #include "toolkit/WtIconList.h"
 
 #include <algorithm>
+#include <iterator>
 #include <sstream>
 #include <string>
 
 #include "toolkit/WtDraw.h"
+
+void WtIconList::DefineAttrs(Classes_ClassPtr c, CAttribs_String& path, CAttribs_String (&lists)[5],
+                             std::uint32_t (*ids)[6]) {
+  std::uint32_t defined[6];
+  defined[5] = CAttribs_DefStrAttr(c, "iconPath", kPathCap - 1, &path);
+  const char* names[] = {"iconList", "iconList1", "iconList2", "iconList3", "iconList4"};
+  for (int i = 0; i < 5; ++i) defined[i] = CAttribs_DefStrAttr(c, StrIn::C(names[i]), kTextCap - 1, &lists[i]);
+  if (ids != nullptr) std::copy(std::begin(defined), std::end(defined), std::begin(*ids));
+}
 
 void WtIconList::Load(const CAttribs_String& path, const CAttribs_String (&lists)[5]) {
   if (loaded_) return;

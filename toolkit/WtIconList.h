@@ -13,6 +13,10 @@
 
 class WtIconList {
  public:
+  // Defines "iconPath" at `path` and the lists at `lists` for a widget class;
+  // their identifiers go to `ids` when given (the path's last).
+  static void DefineAttrs(Classes_ClassPtr c, CAttribs_String& path, CAttribs_String (&lists)[5],
+                          std::uint32_t (*ids)[6] = nullptr);
   // The icon `index` with its size; 0 and a size of 0 for a name that could
   // not be read or an index beyond the lists.
   W_Pixmap Get(const CAttribs_String& path, const CAttribs_String (&lists)[5], std::int32_t index, int& width,

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "base/Argument.h"
 #include "distribution/RWbase.h"
 #include "distribution/WFbackup.h"
+#include "tests/support/BatchProgram.h"
 #include "tests/support/TestFiles.h"
 #include "workflow/WFgroup.h"
 
@@ -20,9 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 TempDir*& site = UsePrivateSiteForTests([] {
-  ::setenv("PATH", "/usr/bin:/bin", 1);
-  static const char* const args[] = {program_invocation_name};
-  Argument_Init(1, args);
+  InitBatchTestProgram();
   RWbase_Init();
   WFbackup_Init();
   WFbase_SetFeedback(false);

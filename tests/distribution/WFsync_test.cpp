@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "base/Argument.h"
 #include "distribution/RWbase.h"
 #include "distribution/WFbackup.h"
 #include "distribution/WFsync.h"
+#include "tests/support/BatchProgram.h"
 #include "tests/support/Services.h"
 #include "tests/support/TestFiles.h"
 #include "watch/TVWrequest.h"
@@ -24,9 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 TempDir*& site = UsePrivateSiteForTests([] {
-  ::setenv("PATH", "/usr/bin:/bin", 1);
-  static const char* const args[] = {program_invocation_name};
-  Argument_Init(1, args);
+  InitBatchTestProgram();
   RWbase_Init();
   WFsync_Init();
   WFbase_SetFeedback(false);

@@ -11,11 +11,11 @@
 #include <string>
 #include <type_traits>
 
-#include "base/Argument.h"
 #include "distribution/RWconfig.h"
 #include "image/SImage.h"
 #include "image/SIqif.h"
 #include "image/SItiff.h"
+#include "tests/support/BatchProgram.h"
 #include "tests/support/TestFiles.h"
 #include "workflow/AutoMisc.h"
 #include "workflow/WFbase.h"
@@ -27,9 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 
 TempDir*& site = UsePrivateSiteForTests([] {
-  ::setenv("PATH", "/usr/bin:/bin", 1);
-  static const char* const args[] = {program_invocation_name};
-  Argument_Init(1, args);
+  InitBatchTestProgram();
   SIqif_Init();
   SItiff_Init();
   FEautost_Init();

@@ -42,37 +42,25 @@ namespace {
 namespace fs = std::filesystem;
 using Env = std::vector<std::pair<std::string, std::string>>;
 
-TempDir* root = nullptr;
-FlowSite* site = nullptr;
 int rmserver = -1;
 
+const bool xvfb = UseXvfb();
 // The site: the resource manager (edit mode reserves the workflow there),
 // the watch demon (an install tells it) and "alpha", a start and a log
 // folder in one row.
-class Installation : public ::testing::Environment {
- public:
-  void SetUp() override {
-    root = new TempDir;
-    site = new FlowSite(root->Path());
-    site->PrepareWindows();
-    ChooseRMserverPort();
-    rmserver = StartRMserver();
-    ASSERT_TRUE(rmserver > 0 && site->StartWorker(1) && site->StartServer() && site->StartDemon());
-    std::string err;
-    std::ofstream(site->Path("alpha.wf")) << "start in -> lg\nlog lg -> outdir\n";
-    ASSERT_TRUE(site->Install(site->Path("alpha.wf"), "alpha", err)) << err;
-    Floatdeck_InitModules();
-    Messages_UseMsgCat("FEGENRmsg");
-  }
-  void TearDown() override {
-    StopRMserver(rmserver);
-    delete site;
-    StopSiteServices(root->Path() + "/dat");
-    delete root;
-  }
-};
-const bool xvfb = UseXvfb();
-const auto* const installation = ::testing::AddGlobalTestEnvironment(new Installation);
+FlowSite*& site = UseFlowSiteForTests(
+    [] {
+      site->PrepareWindows();
+      ChooseRMserverPort();
+      rmserver = StartRMserver();
+      ASSERT_TRUE(rmserver > 0 && site->StartWorker(1) && site->StartServer() && site->StartDemon());
+      std::string err;
+      std::ofstream(site->Path("alpha.wf")) << "start in -> lg\nlog lg -> outdir\n";
+      ASSERT_TRUE(site->Install(site->Path("alpha.wf"), "alpha", err)) << err;
+      Floatdeck_InitModules();
+      Messages_UseMsgCat("FEGENRmsg");
+    },
+    [] { StopRMserver(rmserver); });
 
 // The program showing "alpha", with `env` added to its environment; killed
 // when the test leaves it running.
@@ -367,7 +355,7 @@ void CopyTree(const std::string& from, const std::string& to) {
 // watch interval, OK, install and quit: recorded, then replayed by a program started on a copy of the
 // site as it was before.
 TEST_F(Session, ARecordedSessionReplayedOnAFreshCopyGivesTheSameFiles) {
-  const std::string before = root->Path() + "/before";
+  const std::string before = site->Path("before");
   for (const char* dir : {"projects", "env", "customer"}) CopyTree(site->Path(dir), before + "/" + dir);
   fs::remove(log_);
   {

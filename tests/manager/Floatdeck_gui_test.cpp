@@ -49,8 +49,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TempDir* root = nullptr;
-FlowSite* site = nullptr;
 int rmserver = -1;
 
 // The site: services, the sample workflow, three small ones in groups and a
@@ -62,55 +60,47 @@ for i in $(seq 300); do [ -e "$TV_PROJECTS/../release" ] && break; sleep 0.1; do
 rm -f "$2"
 )";
 
-class Installation : public ::testing::Environment {
- public:
-  void SetUp() override {
-    root = new TempDir;
-    site = new FlowSite(root->Path());
-    site->PrepareWindows();
-    std::ofstream(site->Path("cmds/slowstep")) << kSlowStep;
-    fs::permissions(site->Path("cmds/slowstep"), fs::perms::owner_all);
-    std::ofstream(site->Path("customer/floatdeck.cfg"))
-        << "# Created by Workflow Manager\nFOLDER=$TV_PROJECTS/autofolder/slow:SUBDIRS=TRUE:FILES=^[^.]:"
-           "CMD=slowstep:READABLECMD=SlowStep:OPTIONS=.slowrc:SHORTDESC=slow:OUTS=1\n";
-    fs::create_directories(site->Path("projects/schemes"));
-    for (const char* scheme : {"sample-rename.trs", "sample-filter.trs"})
-      fs::copy_file(FLOATDECK_SOURCE_DIR "/scripts/" + std::string(scheme), site->Path("projects/schemes/") + scheme);
-    ChooseRMserverPort();
-    rmserver = StartRMserver();
-    ASSERT_TRUE(rmserver > 0 && site->StartWorker(2) && site->StartServer() && site->StartDemon());
-    std::string err;
-    ASSERT_TRUE(site->Install(FLOATDECK_SOURCE_DIR "/scripts/sample.wf", "sample", err)) << err;
-    const std::string small = site->Path("small.wf"), slow = site->Path("slow.wf");
-    std::ofstream(small) << "start in -> lg\nlog lg -> outdir\n";
-    std::ofstream(slow) << "start in -> s\nslow s -> outdir\n";
-    for (const char* name : {"alpha", "beta", "gamma"}) ASSERT_TRUE(site->Install(small, name, err)) << err;
-    ASSERT_TRUE(site->Install(slow, "slowflow", err)) << err;
-    // A sort that files by date needs the start to extend file names: the
-    // install tool refuses it, so its mode is changed behind its back.
-    const std::string sorted = site->Path("sorted.wf");
-    std::ofstream(sorted) << "start in -> s\nsort s\n";
-    ASSERT_TRUE(site->Install(sorted, "sorted", err)) << err;
-    for (const auto& e : fs::recursive_directory_iterator(site->Path("projects/autofolder/autosort")))
-      if (e.path().filename() == ".autosortrc" && e.path().parent_path().filename().string().find("sorted") != std::string::npos)
-        std::ofstream(e.path(), std::ios::app) << ": MODE=2\n";
-    site->StartFolders();
-    Floatdeck_InitModules();
-    Messages_UseMsgCat("FLOATDECKmsg");
-    I_UseContextCat("FLOATDECKdlg");
-    WFgroup_AssertGroup("Cartons");
-    WFgroup_SetGroup("beta", "Cartons");
-  }
-  void TearDown() override {
-    std::ofstream(root->Path() + "/release");
-    StopRMserver(rmserver);
-    delete site;
-    StopSiteServices(root->Path() + "/dat");
-    delete root;
-  }
-};
 const bool xvfb = UseXvfb();
-const auto* const installation = ::testing::AddGlobalTestEnvironment(new Installation);
+FlowSite*& site = UseFlowSiteForTests(
+    [] {
+      site->PrepareWindows();
+      std::ofstream(site->Path("cmds/slowstep")) << kSlowStep;
+      fs::permissions(site->Path("cmds/slowstep"), fs::perms::owner_all);
+      std::ofstream(site->Path("customer/floatdeck.cfg"))
+          << "# Created by Workflow Manager\nFOLDER=$TV_PROJECTS/autofolder/slow:SUBDIRS=TRUE:FILES=^[^.]:"
+             "CMD=slowstep:READABLECMD=SlowStep:OPTIONS=.slowrc:SHORTDESC=slow:OUTS=1\n";
+      fs::create_directories(site->Path("projects/schemes"));
+      for (const char* scheme : {"sample-rename.trs", "sample-filter.trs"})
+        fs::copy_file(FLOATDECK_SOURCE_DIR "/scripts/" + std::string(scheme), site->Path("projects/schemes/") + scheme);
+      ChooseRMserverPort();
+      rmserver = StartRMserver();
+      ASSERT_TRUE(rmserver > 0 && site->StartWorker(2) && site->StartServer() && site->StartDemon());
+      std::string err;
+      ASSERT_TRUE(site->Install(FLOATDECK_SOURCE_DIR "/scripts/sample.wf", "sample", err)) << err;
+      const std::string small = site->Path("small.wf"), slow = site->Path("slow.wf");
+      std::ofstream(small) << "start in -> lg\nlog lg -> outdir\n";
+      std::ofstream(slow) << "start in -> s\nslow s -> outdir\n";
+      for (const char* name : {"alpha", "beta", "gamma"}) ASSERT_TRUE(site->Install(small, name, err)) << err;
+      ASSERT_TRUE(site->Install(slow, "slowflow", err)) << err;
+      // A sort that files by date needs the start to extend file names: the
+      // install tool refuses it, so its mode is changed behind its back.
+      const std::string sorted = site->Path("sorted.wf");
+      std::ofstream(sorted) << "start in -> s\nsort s\n";
+      ASSERT_TRUE(site->Install(sorted, "sorted", err)) << err;
+      for (const auto& e : fs::recursive_directory_iterator(site->Path("projects/autofolder/autosort")))
+        if (e.path().filename() == ".autosortrc" && e.path().parent_path().filename().string().find("sorted") != std::string::npos)
+          std::ofstream(e.path(), std::ios::app) << ": MODE=2\n";
+      site->StartFolders();
+      Floatdeck_InitModules();
+      Messages_UseMsgCat("FLOATDECKmsg");
+      I_UseContextCat("FLOATDECKdlg");
+      WFgroup_AssertGroup("Cartons");
+      WFgroup_SetGroup("beta", "Cartons");
+    },
+    [] {
+      std::ofstream(site->Path("release"));
+      StopRMserver(rmserver);
+    });
 
 // How long a replayed line waits for its window: generous for the slow
 // sanitizer build, and within the 20 s a test's rounds wait.
@@ -229,8 +219,8 @@ class MainWindow : public ::testing::Test {
   }
   // Plays lines of the GUI log as the user's input.
   bool Replay(const std::string& lines) {
-    PutFile(root->Path() + "/replay.log", lines);
-    return IReplay_Start(root->Path() + "/replay.log", kContextWaitMs) && Rounds([] { return !IReplay_Running(); });
+    PutFile(site->Path("replay.log"), lines);
+    return IReplay_Start(site->Path("replay.log"), kContextWaitMs) && Rounds([] { return !IReplay_Running(); });
   }
 
   XUser user_;
@@ -265,7 +255,7 @@ TEST_F(MainWindow, FramesFollowFilesDisksAndJobs) {
   const std::string slow = FolderWhere(WFfolder_UserDef);
   site->Drop(slow, "big.tif");
   EXPECT_TRUE(Shows(slow, kRunning));
-  std::ofstream(root->Path() + "/release");
+  std::ofstream(site->Path("release"));
   EXPECT_TRUE(Shows(slow, kIdle));
 }
 
@@ -555,8 +545,8 @@ TEST_F(MainWindow, TheChecksComeBeforeEveryInstall) {
   // The save question on choosing another row: Cancel puts the selection
   // back. Then Save while still refused, and Save.
   WFbase_SetModified(D().current, true);
-  PutFile(root->Path() + "/cancel.log", "AOBJ _SaveConfirm 2 0\n");
-  ASSERT_TRUE(IReplay_Start(root->Path() + "/cancel.log", kContextWaitMs));
+  PutFile(site->Path("cancel.log"), "AOBJ _SaveConfirm 2 0\n");
+  ASSERT_TRUE(IReplay_Start(site->Path("cancel.log"), kContextWaitMs));
   Widget table = I_AccessWidget(D().main, Floatdeck_kTable);
   Regions_Rect first;
   ASSERT_TRUE(CWTable_RowPlace(table, 0, first));
@@ -565,8 +555,8 @@ TEST_F(MainWindow, TheChecksComeBeforeEveryInstall) {
   EXPECT_EQ(Name(D().current), "sorted");
   for (const Floatdeck_WfEntry& e : D().list) EXPECT_EQ(e.link.selected, std::string(e.name) == "sorted") << e.name;
   const auto answer = [&](const char* button) {
-    PutFile(root->Path() + "/answer.log", std::string("AOBJ _SaveConfirm 2 ") + button + "\n");
-    EXPECT_TRUE(IReplay_Start(root->Path() + "/answer.log", kContextWaitMs));
+    PutFile(site->Path("answer.log"), std::string("AOBJ _SaveConfirm 2 ") + button + "\n");
+    EXPECT_TRUE(IReplay_Start(site->Path("answer.log"), kContextWaitMs));
     const int result = Floatdeck_SaveConfirm();
     Rounds([] { return !IReplay_Running(); });
     return result;

@@ -47,8 +47,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TempDir* root = nullptr;
-FlowSite* site = nullptr;
 std::vector<std::string> told;  // what the program showed in boxes
 void Tell(StrIn text) { told.push_back(text.Str()); }
 
@@ -62,39 +60,31 @@ const char kWorkflow[] =
 // A job that holds until the test's "release" file is there.
 const char kHold[] = "while [ ! -e \"$1\" ] && [ -d \"${1%/*}\" ]; do sleep 0.1; done\n";
 
-class Installation : public ::testing::Environment {
- public:
-  void SetUp() override {
-    root = new TempDir;
-    site = new FlowSite(root->Path());
-    site->PrepareWindows("home/x");
-    ::setenv("MARLENV", (FLOATDECK_BINARY_DIR "/tests/env:" + site->Path("env") + ":" FLOATDECK_BINARY_DIR "/env").c_str(), 1);
-    fs::create_directories(site->Path("projects/schemes"));
-    fs::copy_file(FLOATDECK_SOURCE_DIR "/scripts/sample-rename.trs", site->Path("projects/schemes/sample-rename.trs"));
-    PutFile(site->Path("hold.sh"), kHold);
-    ASSERT_TRUE(site->StartWorker(2) && site->StartServer());
-    PutFile(site->Path("content.wf"), kWorkflow);
-    std::string err;
-    ASSERT_EQ(site->Run({FLOATDECK_BINARY_DIR "/bin/wfinstall", "-n", "-w", "content", site->Path("content.wf")}, err), 0)
-        << err;
-    Floatdeck_InitModules();
-    Messages_UseMsgCat("FLOATDECKmsg");
-    I_UseContextCat("FLOATDECKdlg");
-    I_UseContextCat("IGRAPHdlg");
-    WFbase_Hooks hooks;
-    hooks.show = Tell;
-    WFbase_RegisterHooks(hooks);
-  }
-  void TearDown() override {
-    PutFile(root->Path() + "/release", "");
-    SClient_CloseAllConnections();
-    delete site;
-    StopSiteServices(root->Path() + "/dat");
-    delete root;
-  }
-};
 const bool xvfb = UseXvfb();
-const auto* const installation = ::testing::AddGlobalTestEnvironment(new Installation);
+FlowSite*& site = UseFlowSiteForTests(
+    [] {
+      site->PrepareWindows("home/x");
+      ::setenv("MARLENV", (FLOATDECK_BINARY_DIR "/tests/env:" + site->Path("env") + ":" FLOATDECK_BINARY_DIR "/env").c_str(), 1);
+      fs::create_directories(site->Path("projects/schemes"));
+      fs::copy_file(FLOATDECK_SOURCE_DIR "/scripts/sample-rename.trs", site->Path("projects/schemes/sample-rename.trs"));
+      PutFile(site->Path("hold.sh"), kHold);
+      ASSERT_TRUE(site->StartWorker(2) && site->StartServer());
+      PutFile(site->Path("content.wf"), kWorkflow);
+      std::string err;
+      ASSERT_EQ(site->Run({FLOATDECK_BINARY_DIR "/bin/wfinstall", "-n", "-w", "content", site->Path("content.wf")}, err), 0)
+          << err;
+      Floatdeck_InitModules();
+      Messages_UseMsgCat("FLOATDECKmsg");
+      I_UseContextCat("FLOATDECKdlg");
+      I_UseContextCat("IGRAPHdlg");
+      WFbase_Hooks hooks;
+      hooks.show = Tell;
+      WFbase_RegisterHooks(hooks);
+    },
+    [] {
+      PutFile(site->Path("release"), "");
+      SClient_CloseAllConnections();
+    });
 
 const std::string kOdd = "job09 'x\"$y\nz.tif";  // blanks, quotes, "$" and a line feed
 
@@ -175,8 +165,8 @@ class Content : public ::testing::Test {
   // Rounds of the loop until `done` (false after 30 s).
   static bool Loop(const std::function<bool()>& done) { return RunLoop(done); }
   bool Replay(const std::string& lines) {
-    PutFile(root->Path() + "/replay.log", lines);
-    return IReplay_Start(root->Path() + "/replay.log", 5000) && Loop([] { return !IReplay_Running(); });
+    PutFile(site->Path("replay.log"), lines);
+    return IReplay_Start(site->Path("replay.log"), 5000) && Loop([] { return !IReplay_Running(); });
   }
   // Refreshes until the file shows in `state` (the job table takes its
   // events as they come).
@@ -252,7 +242,7 @@ class Content : public ::testing::Test {
 };
 
 TEST_F(Content, AClickOpensTheFolderAndTheLoggedLineOpensItAgain) {
-  const std::string log = root->Path() + "/gui.log";
+  const std::string log = site->Path("gui.log");
   fs::remove(log);
   ASSERT_TRUE(WtGuiLog_Open(log));
   // A press that leaves the cell before the release opens nothing.
@@ -330,10 +320,10 @@ TEST_F(Content, EachStateShowsWithItsText) {
   // One job runs, one waits in the stopped queue.
   ASSERT_TRUE(WFstatus_ShowFolderContent(ren_));
   SClient queue = CCclient_Connect("", 20000, nullptr);
-  Submit("job04_07K.tif", root->Path() + "/release");
+  Submit("job04_07K.tif", site->Path("release"));
   ASSERT_TRUE(Shows("job04_07K.tif", WFstatus_fsRunning));
   ASSERT_TRUE(CCclient_SetQueueStatus(queue, CCtypes_QueueStopped));
-  Submit("job03_07Y.tif", root->Path() + "/release");
+  Submit("job03_07Y.tif", site->Path("release"));
   EXPECT_TRUE(Shows("job05_01C.tif.skip", WFstatus_fsOmitted));
   EXPECT_TRUE(Shows("note.tif", WFstatus_fsNoScheme));
   EXPECT_TRUE(Shows("job01_07C.tif", WFstatus_fsNew));  // no demon to ask

@@ -37,44 +37,32 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TempDir* root = nullptr;
-FlowSite* site = nullptr;
 WFbase workflow = nullptr;
 
-class Installation : public ::testing::Environment {
- public:
-  void SetUp() override {
-    root = new TempDir;
-    site = new FlowSite(root->Path());
-    site->PrepareWindows();
-    fs::create_directories(site->Path("lib/bin"));
-    fs::create_symlink(FLOATDECK_BINARY_DIR "/bin/imgview", site->Path("lib/bin/imgview"));
-    ASSERT_TRUE(site->StartWorker(2) && site->StartServer() && site->StartDemon());
-    std::string err;
-    const std::string description = site->Path("errs.wf");
-    std::ofstream(description) << "start in -> lg\nlog lg -> outdir\n";
-    ASSERT_TRUE(site->Install(description, "errs", err)) << err;
-    site->StartFolders();
-    Floatdeck_InitModules();
-    Messages_UseMsgCat("FLOATDECKmsg");
-    I_UseContextCat("FLOATDECKdlg");
-    WFbase_SetFeedback(false);  // messages on standard error, where the tests read them
-    TextStr reason;
-    workflow = WFbase_RebuildWorkflow("errs", WFbase_NoAnswer, reason);
-    ASSERT_NE(workflow, nullptr) << reason;
-  }
-  void TearDown() override {
-    WFbase_DestroyWorkflow(workflow);
-    delete site;
-    StopSiteServices(root->Path() + "/dat");
-    delete root;
-  }
-};
 const bool xvfb = UseXvfb();
-const auto* const installation = ::testing::AddGlobalTestEnvironment(new Installation);
+FlowSite*& site = UseFlowSiteForTests(
+    [] {
+      site->PrepareWindows();
+      fs::create_directories(site->Path("lib/bin"));
+      fs::create_symlink(FLOATDECK_BINARY_DIR "/bin/imgview", site->Path("lib/bin/imgview"));
+      ASSERT_TRUE(site->StartWorker(2) && site->StartServer() && site->StartDemon());
+      std::string err;
+      const std::string description = site->Path("errs.wf");
+      std::ofstream(description) << "start in -> lg\nlog lg -> outdir\n";
+      ASSERT_TRUE(site->Install(description, "errs", err)) << err;
+      site->StartFolders();
+      Floatdeck_InitModules();
+      Messages_UseMsgCat("FLOATDECKmsg");
+      I_UseContextCat("FLOATDECKdlg");
+      WFbase_SetFeedback(false);  // messages on standard error, where the tests read them
+      TextStr reason;
+      workflow = WFbase_RebuildWorkflow("errs", WFbase_NoAnswer, reason);
+      ASSERT_NE(workflow, nullptr) << reason;
+    },
+    [] { WFbase_DestroyWorkflow(workflow); });
 
 bool Rounds(const std::function<bool()>& done) { return RunLoop(done); }
-bool Replay(const std::string& lines) { return ReplayLines(root->Path(), lines); }
+bool Replay(const std::string& lines) { return ReplayLines(site->Root(), lines); }
 
 std::string ErrorDir() {
   PathStr dir;
@@ -168,7 +156,7 @@ TEST(ErrorWindow, ListsRetriesMovesAndDeletes) {
   EXPECT_EQ(Listed(), "beta.tif gamma.tif delta.tif eps.tif zeta.tif ");
 
   // Move: file and ".err" into the directory chosen.
-  const std::string aside = root->Path() + "/aside";
+  const std::string aside = site->Path("aside");
   fs::create_directories(aside);
   for (WFstatus_Error* e : WFstatus_ShownErrors().errors) e->link.selected = std::string(e->name) == "delta.tif";
   EXPECT_TRUE(WFstatus_MoveErrorFiles(WFstatus_ShownErrors(), false, aside));
@@ -253,7 +241,7 @@ void WriteRedOverBlue(const std::string& path, std::uint16_t width, std::uint16_
 }
 
 TEST(Viewers, TextImagePdf) {
-  const std::string dir = root->Path() + "/view";
+  const std::string dir = site->Path("view");
   fs::create_directories(dir);
   // A text file shows in the text viewer.
   PutFile(dir + "/notes.txt", "first line\nsecond\tline\n");
@@ -307,7 +295,7 @@ TEST(Viewers, TextImagePdf) {
   EXPECT_FALSE(WFstatus_DisplayFile(dir, pdf, 0));
   const std::string told = testing::internal::GetCapturedStderr();
   EXPECT_NE(told.find(WFstatus_pdfViewerKey), std::string::npos) << told;
-  const std::string script = site->Path("cmds/showpdf"), got = root->Path() + "/shown";
+  const std::string script = site->Path("cmds/showpdf"), got = site->Path("shown");
   PutFile(script, "#!/bin/sh\nprintf '%s' \"$2\" > " + got + ".tmp && mv " + got + ".tmp " + got + "\n");
   fs::permissions(script, fs::perms::owner_all);
   PutFile(site->Path("customer/.tavrinrc"), std::string("S ") + WFstatus_pdfViewerKey + "= showpdf -p %s\n");

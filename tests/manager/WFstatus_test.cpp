@@ -15,11 +15,11 @@
 #include <functional>
 #include <thread>
 
-#include "base/Argument.h"
 #include "base/Messages.h"
 #include "jobqueue/CCclient.h"
 #include "jobqueue/CCjob.h"
 #include "jobqueue/CCtypes.h"
+#include "tests/support/BatchProgram.h"
 #include "tests/support/TestFiles.h"
 #include "watch/TVWhandled.h"
 #include "watch/WFjobStat.h"
@@ -32,9 +32,7 @@ namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 TempDir*& site = UsePrivateSiteForTests([] {
-  ::setenv("PATH", "/usr/bin:/bin", 1);  // no client starts a service of its own
-  static const char* const args[] = {program_invocation_name};
-  Argument_Init(1, args);
+  InitBatchTestProgram();
   Messages_UseMsgCat("FLOATDECKmsg");
   WFbase_SetFeedback(false);
   WFstatus_Init();

@@ -38,41 +38,29 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TempDir* root = nullptr;
-FlowSite* site = nullptr;
 SClient client = nullptr;
 int closed = 0;
 
-class Installation : public ::testing::Environment {
- public:
-  void SetUp() override {
-    root = new TempDir;
-    site = new FlowSite(root->Path());
-    site->PrepareWindows();
-    fs::create_directories(site->Path("lib/bin"));
-    fs::create_symlink(FLOATDECK_BINARY_DIR "/bin/CCqueueDlg", site->Path("lib/bin/CCqueueDlg"));
-    Processe_Init();
-    Messages_Init();
-    DirAcces_Init();
-    SrcFile_Init();
-    I_Init();
-    IReplay_Init();
-    ASSERT_TRUE(site->StartServer() && site->StartWorker(1));
-    client = CCclient_Connect("", 4000, nullptr);
-    ASSERT_TRUE(SClient_IsConnected(client));
-  }
-  void TearDown() override {
-    SClient_CloseConn(client);
-    delete site;
-    StopSiteServices(root->Path() + "/dat");
-    delete root;
-  }
-};
 const bool xvfb = UseXvfb();
-const auto* const installation = ::testing::AddGlobalTestEnvironment(new Installation);
+FlowSite*& site = UseFlowSiteForTests(
+    [] {
+      site->PrepareWindows();
+      fs::create_directories(site->Path("lib/bin"));
+      fs::create_symlink(FLOATDECK_BINARY_DIR "/bin/CCqueueDlg", site->Path("lib/bin/CCqueueDlg"));
+      Processe_Init();
+      Messages_Init();
+      DirAcces_Init();
+      SrcFile_Init();
+      I_Init();
+      IReplay_Init();
+      ASSERT_TRUE(site->StartServer() && site->StartWorker(1));
+      client = CCclient_Connect("", 4000, nullptr);
+      ASSERT_TRUE(SClient_IsConnected(client));
+    },
+    [] { SClient_CloseConn(client); });
 
 bool Rounds(const std::function<bool()>& done) { return RunLoop(done); }
-bool Replay(const std::string& lines) { return ReplayLines(root->Path(), lines); }
+bool Replay(const std::string& lines) { return ReplayLines(site->Root(), lines); }
 
 CCqueueInt_Lists& Lists() { return CCqueueInt_globalHandle->lists; }
 

@@ -20,6 +20,7 @@ class FlowSite {
 
   // root + "/" + relative.
   std::string Path(const std::string& relative) const;
+  const std::string& Root() const { return root_; }
 
   // Each starts its service and waits until it serves; false when it did not
   // come up. The worker runs `slots` jobs of high CPU usage at once.

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/FlowSite.h"
 #include "tools/SrfWriter.h"
 
 TempDir::TempDir() {
@@ -160,5 +161,39 @@ class PrivateSiteForTests : public ::testing::Environment {
 TempDir*& UsePrivateSiteForTests(void (*init)()) {
   static TempDir* site = nullptr;
   ::testing::AddGlobalTestEnvironment(new PrivateSiteForTests(site, init));
+  return site;
+}
+
+namespace {
+
+class FlowSiteForTests : public ::testing::Environment {
+ public:
+  FlowSiteForTests(FlowSite*& site, void (*setUp)(), void (*tearDown)())
+      : site_(site), setUp_(setUp), tearDown_(tearDown) {}
+  void SetUp() override {
+    root_ = new TempDir;
+    site_ = new FlowSite(root_->Path());
+    setUp_();
+  }
+  void TearDown() override {
+    if (tearDown_ != nullptr) tearDown_();
+    delete site_;
+    site_ = nullptr;
+    StopSiteServices(root_->Path() + "/dat");
+    delete root_;
+  }
+
+ private:
+  FlowSite*& site_;
+  void (*setUp_)();
+  void (*tearDown_)();
+  TempDir* root_ = nullptr;
+};
+
+}  // namespace
+
+FlowSite*& UseFlowSiteForTests(void (*setUp)(), void (*tearDown)()) {
+  static FlowSite* site = nullptr;
+  ::testing::AddGlobalTestEnvironment(new FlowSiteForTests(site, setUp, tearDown));
   return site;
 }

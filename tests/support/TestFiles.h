@@ -43,6 +43,15 @@ bool UseBuildTreeSite(void (*init)());
 // then on; for use as a namespace-scope initialiser, once per program.
 TempDir*& UsePrivateSiteForTests(void (*init)());
 
+class FlowSite;
+// The FlowSite of a test program, for use as a namespace-scope initialiser
+// once per program (after UseXvfb where there are windows): made below a
+// temporary directory of its own before the first test, then `setUp`
+// prepares it and starts what the tests need. After the last test
+// `tearDown` (when given) lets go of what setUp took; the site goes with
+// its services and every one that programs under test started in it.
+FlowSite*& UseFlowSiteForTests(void (*setUp)(), void (*tearDown)() = nullptr);
+
 using CatalogTexts = std::map<std::string, std::map<unsigned, std::string>>;
 
 // Writes `texts` as a catalog file at `path`.

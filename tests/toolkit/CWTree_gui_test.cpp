@@ -8,9 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
-#include <functional>
 
 #include "tests/support/TestFiles.h"
 #include "tests/toolkit/TestDialogs.h"
@@ -29,18 +27,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const bool registered = UseTestDialogs([] { I_UseContextCat("ITREEdlg"); });
-
-// Rounds of the dialog layer's loop until `done` (false after 20 s).
-bool Loop(const std::function<bool()>& done) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    W_Flush();
-    if (!WtEvents_Pending() && !IReplay_Running()) W_WaitForEvents(20);
-    else I_SingleEventLoopIteration();
-  }
-  return true;
-}
 
 CWTree_Node* Node(const std::string& text, bool expandable = false) {
   auto* n = new CWTree_Node;
@@ -108,7 +94,7 @@ class TreeTest : public ::testing::Test {
   }
   bool Replay(const std::string& lines) {
     PutFile(dir_.Path() + "/replay.log", lines);
-    return IReplay_Start(dir_.Path() + "/replay.log", 2000) && Loop([] { return !IReplay_Running(); });
+    return IReplay_Start(dir_.Path() + "/replay.log", 2000) && RunLoop([] { return !IReplay_Running(); });
   }
 
   TempDir dir_;
@@ -124,14 +110,14 @@ TEST_F(TreeTest, OpensAsksForChildrenSelectsAndLogs) {
   EXPECT_EQ(Rows(), "top other");
   // The opener of a node without children yet asks the program for them.
   ClickOpener(0);
-  ASSERT_TRUE(Loop([&] { return CWTree_RowCount(tree_) == 5; }));
+  ASSERT_TRUE(RunLoop([&] { return CWTree_RowCount(tree_) == 5; }));
   EXPECT_EQ(Rows(), "top top.a top.b top.c other");
   EXPECT_EQ(reports_, 1);
   // A click selects, Ctrl adds; each reports.
   ClickRow(2);
-  ASSERT_TRUE(Loop([&] { return reports_ == 2; }));
+  ASSERT_TRUE(RunLoop([&] { return reports_ == 2; }));
   ClickRow(3, XK_Control_L);
-  ASSERT_TRUE(Loop([&] { return reports_ == 3; }));
+  ASSERT_TRUE(RunLoop([&] { return reports_ == 3; }));
   EXPECT_EQ(Rows(), "top top.a top.b* top.c* other");
   // The selected rows are drawn in the selection's colour.
   Regions_Rect place;
@@ -140,9 +126,9 @@ TEST_F(TreeTest, OpensAsksForChildrenSelectsAndLogs) {
   // Left closes the node of the selection's first row... of its parent,
   // after Left went up to it.
   user_.Press(XK_Left);
-  ASSERT_TRUE(Loop([&] { return Rows() == "top* top.a top.b top.c other"; }));
+  ASSERT_TRUE(RunLoop([&] { return Rows() == "top* top.a top.b top.c other"; }));
   user_.Press(XK_Left);
-  ASSERT_TRUE(Loop([&] { return CWTree_RowCount(tree_) == 2; }));
+  ASSERT_TRUE(RunLoop([&] { return CWTree_RowCount(tree_) == 2; }));
   EXPECT_EQ(FileText(dir_.Path() + "/gui.log"),
             "COMMAND ITree_Test 2 OPEN top\n"
             "COMMAND ITree_Test 2 SELECT top/top.b\n"
@@ -170,7 +156,7 @@ TEST_F(TreeTest, RadiosShowTheValueAndReportTheirNumbers) {
   Widget one = I_AccessWidget(c_, 3), two = I_AccessWidget(c_, 4), three = I_AccessWidget(c_, 5);
   EXPECT_TRUE(CWRadio_IsChosen(one));
   user_.Click(two);
-  ASSERT_TRUE(Loop([&] { return told == 2; }));
+  ASSERT_TRUE(RunLoop([&] { return told == 2; }));
   EXPECT_EQ(I_GetINTEGER(c_, 2), 2);
   EXPECT_TRUE(!CWRadio_IsChosen(one) && CWRadio_IsChosen(two) && !CWRadio_IsChosen(three));
   // The chosen diamond is filled dark in its middle, the others are paper;

@@ -33,18 +33,6 @@ const bool registered = UseTestDialogs([] {
 
 bool Exposed(I_Context c) { return static_cast<CWShell>(I_AccessWidget(c, -1))->exposed; }
 
-// Rounds of the dialog layer's loop until `done` (false after 20 s).
-bool Loop(const std::function<bool()>& done) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    W_Flush();
-    if (!WtEvents_Pending() && !IReplay_Running()) W_WaitForEvents(20);
-    else I_SingleEventLoopIteration();
-  }
-  return true;
-}
-
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream in(text);
@@ -124,7 +112,7 @@ std::string Replay(const TempDir& dir, const std::string& lines, int waitMs = 30
   PutFile(file, lines);
   testing::internal::CaptureStderr();
   EXPECT_TRUE(IReplay_Start(file, waitMs));
-  EXPECT_TRUE(Loop([] { return !IReplay_Running(); }));
+  EXPECT_TRUE(RunLoop([] { return !IReplay_Running(); }));
   return testing::internal::GetCapturedStderr();
 }
 

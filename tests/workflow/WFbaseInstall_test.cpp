@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "base/Argument.h"
+#include "tests/support/BatchProgram.h"
 #include "tests/support/TestFiles.h"
 #include "workflow/WFbase.h"
 #include "workflow/WFdebug.h"
@@ -19,9 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 
 TempDir*& site = UsePrivateSiteForTests([] {
-  ::setenv("PATH", "/usr/bin:/bin", 1);
-  static const char* const args[] = {program_invocation_name};
-  Argument_Init(1, args);
+  InitBatchTestProgram();
   WFdebug_Init();
   WFbase_SetFeedback(false);
 });
