@@ -18,6 +18,7 @@
 // client messages are handled as always, so the windows go on drawing.
 #include <algorithm>
 #include <climits>
+#include <csignal>
 #include <deque>
 #include <list>
 #include <time.h>
@@ -153,7 +154,12 @@ int ScheduleTimer(int milliseconds, WtEvents_Action action, std::uintptr_t data)
 }
 void CancelTimer(int timer) { I_CancelScheduledTask(timer - 1); }
 
+// Set for good by SIGTERM: a signal that came before the main loop began
+// (the handler is in place once the main window shows) still ends it.
+volatile std::sig_atomic_t terminated = 0;
+
 void SIGTERMhandler(int) {
+  terminated = 1;
   WtEvents_leaveMainLoop = true;
   if (Ibase_mainContext != nullptr && Ibase_mainContext->closeCallback != nullptr)
     Ibase_mainContext->closeCallback(Ibase_mainContext, true, Ibase_mainContext->closeData);
@@ -329,7 +335,7 @@ void I_SingleEventLoopIteration() {
 }
 
 void I_MainLoop() {
-  WtEvents_leaveMainLoop = false;
+  WtEvents_leaveMainLoop = terminated != 0;
   WtEvents_ExecuteDeferredActions();
   while (!WtEvents_leaveMainLoop) I_SingleEventLoopIteration();
 }
