@@ -175,19 +175,49 @@ bool CCclient_SetDebugMode(SClient conn, bool debug) {
   return Ask(conn, SProtocol_DEBUG_SERVICE, Params(SReqObj_CreateBoolean(debug)));
 }
 
-CCjobBase_Job CCclient_PeekJob(SClient conn, StrIn hostname, std::uint8_t cpuUsages) {
+namespace {
+
+// The jobs handed out (each a result element; an empty one for none).
+std::vector<CCjobBase_Job> Peek(SClient conn, StrIn hostname, std::uint8_t cpuUsages,
+                                const std::vector<std::string>* held, std::int32_t count) {
   SReqObj params = Params(Text(hostname));
   int request = CCprotocol_PEEK_JOB;
-  if (Supports(conn, "PEEK_JOB", 2)) {
-    request = CCprotocol_PEEK_JOB_2;
+  if (held != nullptr && Supports(conn, "PEEK_JOB", 3)) request = CCprotocol_PEEK_JOB_3;
+  else if (Supports(conn, "PEEK_JOB", 2)) request = CCprotocol_PEEK_JOB_2;
+  if (request == CCprotocol_PEEK_JOB) {
+    SReqObj_Append(params, SReqObj_CreateInteger(0));
+  } else {
     SReqObj_Append(params, Text(Word(CCtypes_CpuUsageSetToString, cpuUsages)));
     SReqObj_Append(params, SReqObj_CreateVoid());
-  } else {
-    SReqObj_Append(params, SReqObj_CreateInteger(0));
   }
-  std::string text;
-  if (!Ask(conn, request, params, &text) || text.empty()) return nullptr;
-  return CCjobBase_CreateFromString(text);
+  if (request == CCprotocol_PEEK_JOB_3) {
+    SReqObj ids = SReqObj_CreateArray();
+    for (const std::string& id : *held) SReqObj_Append(ids, Text(id));
+    SReqObj_Append(params, ids);
+    SReqObj_Append(params, SReqObj_CreateInteger(count));
+  }
+  std::vector<CCjobBase_Job> jobs;
+  SReqObj results = nullptr;
+  if (SClient_Send(conn, request, params, &results))
+    for (std::size_t i = 0; i < SReqObj_Count(results); ++i) {
+      const std::string_view text = SReqObj_Bytes(SReqObj_Element(results, i));
+      if (CCjobBase_Job job = text.empty() ? nullptr : CCjobBase_CreateFromString(std::string(text))) jobs.push_back(job);
+    }
+  SReqObj_Destroy(results);
+  return jobs;
+}
+
+}  // namespace
+
+CCjobBase_Job CCclient_PeekJob(SClient conn, StrIn hostname, std::uint8_t cpuUsages) {
+  std::vector<CCjobBase_Job> jobs = Peek(conn, hostname, cpuUsages, nullptr, 1);
+  for (std::size_t i = 1; i < jobs.size(); ++i) CCjobBase_Destroy(jobs[i]);
+  return jobs.empty() ? nullptr : jobs[0];
+}
+
+std::vector<CCjobBase_Job> CCclient_PeekJobs(SClient conn, StrIn hostname, std::uint8_t cpuUsages,
+                                             const std::vector<std::string>& held, std::int32_t count) {
+  return Peek(conn, hostname, cpuUsages, &held, count);
 }
 
 bool CCclient_InformJobFinished(SClient conn, StrIn host, StrIn id, std::uint8_t status, std::uint8_t cancelReason,

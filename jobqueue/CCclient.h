@@ -17,6 +17,8 @@
 // queue as it stands.
 #pragma once
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "base/StrVector.h"
 #include "base/Strings.h"
@@ -64,6 +66,13 @@ bool CCclient_SetDebugMode(SClient conn, bool debug);
 // The next job for the worker `hostname` that may take the CPU usages of
 // `cpuUsages` (a set); nil when none is ready. The caller owns the job.
 CCjobBase_Job CCclient_PeekJob(SClient conn, StrIn hostname, std::uint8_t cpuUsages);
+// The same for a worker that tells the ids of every job it holds for this
+// server (running, or ended and not yet heard of: a job the server handed
+// it that is not among them never arrived, and the server puts it back) and
+// takes up to `count` jobs at once, any mix of `cpuUsages`. A server that
+// can't be told is asked as by PeekJob. The caller owns the jobs.
+std::vector<CCjobBase_Job> CCclient_PeekJobs(SClient conn, StrIn hostname, std::uint8_t cpuUsages,
+                                             const std::vector<std::string>& held, std::int32_t count);
 // Tells the server how job `id` ended on `host`. With `async` the answer is
 // not awaited (SClient_TakePosted tells when it came).
 bool CCclient_InformJobFinished(SClient conn, StrIn host, StrIn id, std::uint8_t status, std::uint8_t cancelReason,

@@ -42,6 +42,8 @@ SProtocol CCprotocol_Server() {
   Define(p, "WORKER_ERROR", 1, false, {{S, "hostname"}, {A, "error"}, {V, "empty"}});
   Define(p, "GET_JOBINFOS", 1, true, {{S, "jobId"}});
   Define(p, "IS_JOB_IN_QUEUE", 1, true, {{S, "jobPattern"}});
+  // Defined last, so that the numbers of the requests before stay.
+  Define(p, "PEEK_JOB", 3, true, {{S, "hostname"}, {S, "cpuUsages"}, {V, "empty"}, {A, "heldJobs"}, {I, "count"}});
   return p;
 }
 

@@ -30,6 +30,7 @@ enum : int {
   CCprotocol_WORKER_ERROR,
   CCprotocol_GET_JOBINFOS,
   CCprotocol_IS_JOB_IN_QUEUE,
+  CCprotocol_PEEK_JOB_3,  // hostname, CPU usage set text, empty, ids of the jobs the worker holds, how many it takes
 };
 
 // The worker's requests.

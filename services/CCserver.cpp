@@ -14,7 +14,9 @@
 // reached on 5611 or TV_CCWORKER_PORT.
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -26,6 +28,7 @@
 #include "base/SPrintf.h"
 #include "jobqueue/CCprotocol.h"
 #include "jobqueue/CCtypes.h"
+#include "jobqueue/SClient.h"
 #include "jobqueue/SService.h"
 #include "services/CCserver/CCjobs.h"
 #include "services/CCserver/CCnotify.h"
@@ -39,6 +42,7 @@ constexpr int kTickMs = 250;
 constexpr unsigned kUsageFirst = 20, kUsageLast = 26;
 constexpr int kBatch = 64;
 constexpr std::size_t kMinRewrite = 10000;
+constexpr std::int32_t kMaxHanded = 64;  // jobs in one answer to an ask
 
 std::uint16_t port = 0;
 std::uint8_t queueStatus = CCtypes_QueueRunning;
@@ -150,16 +154,53 @@ void Modify(const SServer_Request& r) {
   if (r.wantsResult) CCnotify_Reply(r.conn, nullptr);
 }
 
+// A worker heard over a new connection told what it holds: a job we handed
+// it that it does not hold never arrived (a worker asks one thing at a time,
+// so every answer before this ask has reached it) and waits again; one that
+// was to be canceled is.
+void Reconcile(CCworkers_Worker* w, SReqObj heldIds) {
+  w->oldAsks = false;
+  if (!w->recheck) return;
+  w->recheck = false;
+  std::set<std::string, std::less<>> held;
+  for (std::size_t i = 0; i < SReqObj_Count(heldIds); ++i) held.emplace(SReqObj_Bytes(SReqObj_Element(heldIds, i)));
+  std::vector<CCqueue_Entry*> lost;
+  for (CCqueue_Entry* e : CCqueue_Actual())
+    if (CCjobBase_GetStatus(e->job) == CCtypes_Running && e->worker == w->name && held.count(e->id) == 0)
+      lost.push_back(e);
+  for (CCqueue_Entry* e : lost) {
+    if (e->cancelRequested) CCjobs_Finish(e, CCtypes_Canceled);
+    else CCjobs_Requeue(e);
+    ++generation;
+  }
+}
+
 void Peek(const SServer_Request& r) {
   CCworkers_Worker* w = CCworkers_Get(Text(r.params, 0));
   CCworkers_Heard(w, r.conn);
+  if (r.request == CCprotocol_PEEK_JOB_3) Reconcile(w, SReqObj_Element(r.params, 3));
+  else w->oldAsks = true;
   const bool first = r.request == CCprotocol_PEEK_JOB;
   const std::uint8_t usages = first ? CCtypes_AllCpuUsages : CCtypes_StringToCpuUsageSet(Text(r.params, 1));
   const auto types = first ? static_cast<std::uint32_t>(SReqObj_GetInteger(SReqObj_Element(r.params, 1))) : 0U;
-  CCqueue_Entry* e = queueStatus == CCtypes_QueueRunning ? CCjobs_StartNext(w->name, w->local, usages, types) : nullptr;
+  // A worker without room asks only to tell what it holds; it asks again
+  // by itself when room frees.
+  w->full = !first && usages == 0;
+  // A worker that tells how many it takes gets that many at once, when as
+  // many wait: one trip for several jobs.
+  const std::int32_t count =
+      r.request == CCprotocol_PEEK_JOB_3 ? std::clamp(SReqObj_GetInteger(SReqObj_Element(r.params, 4)), 1, kMaxHanded) : 1;
+  SReqObj results = SReqObj_CreateArray();
+  CCqueue_Entry* e = nullptr;
+  for (std::int32_t n = 0; n < count && queueStatus == CCtypes_QueueRunning && !w->full; ++n) {
+    e = CCjobs_StartNext(w->name, w->local, usages, types);
+    if (e == nullptr) break;
+    SReqObj_Append(results, SReqObj_CreateString(CCjobBase_JobToString(e->job)));
+  }
   w->idle = e == nullptr;
   if (e == nullptr) w->seen = generation;
-  CCnotify_Reply(r.conn, One(SReqObj_CreateString(e == nullptr ? "" : CCjobBase_JobToString(e->job))));
+  if (SReqObj_Count(results) == 0) SReqObj_Append(results, SReqObj_CreateString(""));
+  CCnotify_Reply(r.conn, results);
 }
 
 void Finished(const SServer_Request& r) {
@@ -256,7 +297,8 @@ void Handle(const SServer_Request& r) {
     case CCprotocol_MODIFY_JOB:
     case CCprotocol_ASYNC_MODIFY_JOB: return Modify(r);
     case CCprotocol_PEEK_JOB:
-    case CCprotocol_PEEK_JOB_2: return Peek(r);
+    case CCprotocol_PEEK_JOB_2:
+    case CCprotocol_PEEK_JOB_3: return Peek(r);
     case CCprotocol_GET_QUEUESTATUS: return CCnotify_Reply(r.conn, One(SReqObj_CreateInteger(queueStatus)));
     case CCprotocol_SET_QUEUESTATUS: return SetQueueStatus(r);
     case CCprotocol_JOB_COMMAND: return Command(r);
@@ -271,9 +313,11 @@ void Handle(const SServer_Request& r) {
 
 // --- Between requests ------------------------------------------------------------------------
 
-// A worker that is back is asked about the jobs it ran: those it never
-// started wait again; the others it reports itself. One that may be getting
-// a job just now ("waiting") is asked again next time.
+// A worker that asks in the older way is called about each job it ran once
+// it is back: those it never started wait again; the others it reports
+// itself. One that may be getting a job just now ("waiting") is asked again
+// next time. (Such a call waits for the worker; one that tells what it holds
+// with its ask needs none.)
 void Recheck(CCworkers_Worker* w) {
   std::vector<CCqueue_Entry*> running;
   for (CCqueue_Entry* e : CCqueue_Actual())
@@ -292,9 +336,13 @@ void LookAfterWorkers() {
   const std::size_t waiting = queueStatus == CCtypes_QueueRunning ? CCjobs_Waiting(usages) : 0;
   for (CCworkers_Worker* w : CCworkers_All()) {
     if (!CCworkers_Reach(w)) continue;
-    if (w->recheck) Recheck(w);
-    if (waiting > 0 && w->up && w->idle && w->seen != generation)
-      CCworkers_Announce(w, port, waiting, usages);
+    if (w->recheck && w->oldAsks) Recheck(w);
+    // A worker that is back is told to ask: its ask tells what it holds.
+    const bool tellToAsk = w->recheck && !w->oldAsks && !w->toldToAsk;
+    // (Told "one waits" at least, so that it asks again once it has room.)
+    if (w->up && (tellToAsk || (waiting > 0 && w->idle && !w->full && w->seen != generation)) &&
+        CCworkers_Announce(w, port, tellToAsk ? std::max<std::size_t>(waiting, 1) : waiting, usages))
+      w->toldToAsk = w->toldToAsk || tellToAsk;
   }
 }
 
@@ -310,6 +358,10 @@ void KeepJournal() {
   if (CCstore_RecordCount() > std::max(kMinRewrite, 4 * jobs) && !CCstore_Rewrite(CCjobs_State(queueStatus)))
     Complain(7, CCstore_Path());
 }
+
+// At a normal end (SIGTERM, the stop file) the connections to the workers go
+// with their buffers; the queue's own tables go with the process's statics.
+void Goodbye() { SClient_CloseAllConnections(); }
 
 // Reads the journal and takes over from the server before.
 void Recover(const std::string& directory) {
@@ -352,6 +404,7 @@ int main(int argc, char** argv) {
   SServer_OnConnectionGone(server, Gone, nullptr);
   SServer_OnClientIdentified(server, Identified, nullptr);
   Processe_SetExitStatus(0);
+  Processe_InstallTerminationProcedure(Goodbye);
 
   // Ends with SIGTERM, through the termination chain.
   for (;;) {

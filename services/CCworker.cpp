@@ -37,6 +37,7 @@
 #include "jobqueue/CCjobBase.h"
 #include "jobqueue/CCprotocol.h"
 #include "jobqueue/CCtypes.h"
+#include "jobqueue/SClient.h"
 #include "jobqueue/SServer.h"
 #include "jobqueue/SService.h"
 #include "services/CCworker/CCemployer.h"
@@ -104,18 +105,23 @@ std::string MachineName() {
 
 // --- Room -----------------------------------------------------------------------------------
 
-// The CPU usages a job may have to start now.
-std::uint8_t Room() {
+// The CPU usages a job may have to start now, and how many jobs of any mix
+// of them may start (each takes one from the room of every usage).
+std::uint8_t Room(std::int32_t& count) {
   std::size_t high = 0, low = 0, free = 0;
   for (const auto& [id, j] : jobs) {
     if (j->ended) continue;
     const std::uint8_t usage = CCjobBase_GetCpuUsage(j->job);
     (usage == CCtypes_CpuLow ? low : usage == CCtypes_CpuFree ? free : high) += 1;
   }
+  const std::size_t lowRoom = 2 * slots - std::min(2 * slots, high + low);
+  const std::size_t left[] = {lowRoom, std::min(slots - std::min(slots, high), lowRoom),
+                              4 * slots - std::min(4 * slots, high + low + free)};  // low, high, free
   std::uint8_t room = 0;
-  if (high < slots && high + low < 2 * slots) room |= 1U << CCtypes_CpuHigh;
-  if (high + low < 2 * slots) room |= 1U << CCtypes_CpuLow;
-  if (high + low + free < 4 * slots) room |= 1U << CCtypes_CpuFree;
+  std::size_t fewest = 4 * slots;
+  for (const std::uint8_t usage : {CCtypes_CpuLow, CCtypes_CpuHigh, CCtypes_CpuFree})
+    if (left[usage] > 0) room = static_cast<std::uint8_t>(room | 1U << usage), fewest = std::min(fewest, left[usage]);
+  count = static_cast<std::int32_t>(room == 0 ? 0 : fewest);
   return room;
 }
 
@@ -135,9 +141,13 @@ void Finish(Job& j, std::uint8_t status) {
   j.status = status;
   j.ended = true;
   j.employer->hasWork = true;  // there is room again: ask
-  char progress[kPathCap];
-  CCjobBase_GetProgressFilename(j.job, progress);
-  if (progress[0] != '\0') ::unlink(StrIn(progress).Str().c_str());
+  char path[kPathCap];
+  CCjobBase_GetProgressFilename(j.job, path);
+  if (path[0] != '\0') CCjobDir_Retire(StrIn(path).Str(), true);
+  // A done job's error file goes at its end anyway (its server's clean-up):
+  // kept, it becomes the next job's.
+  CCjobBase_GetErrorFilename(j.job, path);
+  if (status == CCtypes_Done && path[0] != '\0') CCjobDir_Retire(StrIn(path).Str(), true);
 }
 
 // The job's shell ended (or is gone): its exit status says how, or, for a
@@ -248,6 +258,12 @@ void Start(CCemployer_Employer* e, CCjobBase_Job job) {
   run.employer = CCjobBase_GetEmployerHost(job).empty() ? e->host : std::string(CCjobBase_GetEmployerHost(job));
   run.uid = CCjobBase_GetUid(job);
   run.gid = CCjobBase_GetGid(job);
+  // The job's shell empties its progress and error files: ones that are
+  // there spare the making of new ones (not for a job of another user, who
+  // could not write them).
+  if (::geteuid() != 0 || run.uid < 0)
+    for (const std::string* file : {&run.progressFile, &run.errorFile})
+      if (!file->empty()) CCjobDir_PlaceSpare(*file);
   j->process = CCrunner_Start(run, file);
   if (j->process > 0) CCjobDir_NoteProcess(file, j->process);
   ::close(file);
@@ -260,16 +276,30 @@ void Start(CCemployer_Employer* e, CCjobBase_Job job) {
   jobs[j->id] = std::move(j);
 }
 
-// Asks the employers for jobs while there is room.
+// The ids of the jobs we hold for `e`, told with each ask: the server puts
+// back a job it handed us that is not among them (it never arrived), so it
+// never needs to call us about them.
+std::vector<std::string> Held(const CCemployer_Employer* e) {
+  std::vector<std::string> ids;
+  for (const auto& [id, j] : jobs)
+    if (j->employer == e) ids.push_back(id);
+  return ids;
+}
+
+// Asks the employers for jobs while there is room, and once, room or not,
+// an employer that announced itself.
 void Pull() {
   for (CCemployer_Employer* e : CCemployer_All()) {
-    while (e->hasWork) {
-      const std::uint8_t room = Room();
-      if (room == 0) return;
+    while (e->hasWork || e->mustAsk) {
+      std::int32_t count = 0;
+      const std::uint8_t room = Room(count);
+      if (room == 0 && !e->mustAsk) break;
+      bool reached = false;
       peeking = true;
-      CCjobBase_Job job = CCemployer_Peek(e, room);
+      const std::vector<CCjobBase_Job> handed = CCemployer_Peek(e, room, count, Held(e), reached);
       peeking = false;
-      if (job != nullptr) Start(e, job);
+      for (CCjobBase_Job job : handed) Start(e, job);
+      if (!reached || room == 0) break;
     }
   }
 }
@@ -289,6 +319,7 @@ void Announced(const SServer_Request& r) {
   CCemployer_Employer* e = CCemployer_Get(host, port);
   e->workerName = name;
   e->hasWork = waiting > 0;
+  e->mustAsk = true;
   e->retryAt = 0;
   SServer_Reply(r.conn, nullptr);
 }
@@ -321,6 +352,13 @@ void Handle(SServer_Request& r) {
 void Serve() {
   SServer_Request r;
   while (SServer_Next(server, 0, r)) Handle(r);
+}
+
+// At a normal end (SIGTERM, the stop file) the connections to the servers go
+// with their buffers, and the jobs' records in memory (the jobs go on).
+void Goodbye() {
+  SClient_CloseAllConnections();
+  jobs.clear();
 }
 
 // --- Start-up ------------------------------------------------------------------------------------
@@ -392,6 +430,7 @@ int main(int argc, char** argv) {
   CCemployer_SetYield(Serve);
   TakeOver();
   Processe_SetExitStatus(0);
+  Processe_InstallTerminationProcedure(Goodbye);
 
   // Ends with SIGTERM, through the termination chain; the jobs go on.
   for (;;) {

@@ -6,7 +6,6 @@
 #include "services/CCserver/CCnotify.h"
 #include "base/DirAcces.h"
 #include "base/Processe.h"
-#include "jobqueue/CCorder.h"
 #include "jobqueue/CCtypes.h"
 #include "jobqueue/SClient.h"
 #include "jobqueue/SRMproto.h"
@@ -32,6 +31,7 @@ void Tell(const CCqueue_Entry* e, std::uint32_t kind) {
 
 void SetStatus(CCqueue_Entry* e, std::uint8_t status) {
   CCjobBase_SetStatus(e->job, status);
+  CCqueue_Update(e);
   Tell(e, CCevent_StatusChanged);
 }
 
@@ -72,20 +72,17 @@ bool Startable(CCqueue_Entry* e, CCprecond_FailTable failTable) {
   return CCrestrict_Check(CCjobBase_GetRestrictions(e->job), CCqueue_Restrictions()) && Ready(e, failTable);
 }
 
-// The waiting jobs that fit, each with its place in the order (CCorder).
-std::vector<std::pair<CCorder_Key, CCqueue_Entry*>> Candidates(bool local, std::uint8_t cpuUsages,
-                                                              std::uint32_t jobTypes) {
-  const Clock::time_point now = Clock::now();
-  std::vector<std::uint32_t> running(CCqueue_Flows(), 0);
-  for (const CCqueue_Entry* e : CCqueue_Actual())
-    if (CCjobBase_GetStatus(e->job) == CCtypes_Running) ++running[e->flow];
-  std::vector<std::pair<CCorder_Key, CCqueue_Entry*>> candidates;
-  for (CCqueue_Entry* e : CCqueue_Actual()) {
-    if (!Waits(e) || !Fits(e, local, cpuUsages, jobTypes)) continue;
-    const auto waited = std::chrono::duration_cast<std::chrono::milliseconds>(now - e->since).count();
-    candidates.push_back({{CCjobBase_GetPriority(e->job), e->seq, CCjobBase_GetStage(e->job), waited, running[e->flow]}, e});
-  }
-  return candidates;
+// What StartNext asks of a job besides waiting.
+struct Wanted {
+  bool local;
+  std::uint8_t cpuUsages;
+  std::uint32_t jobTypes;
+  CCprecond_FailTable failTable;
+};
+
+bool Takes(CCqueue_Entry* e, void* context) {
+  const auto& w = *static_cast<const Wanted*>(context);
+  return Fits(e, w.local, w.cpuUsages, w.jobTypes) && Startable(e, w.failTable);
 }
 
 // The last server's hold on `name` goes: the resource manager frees what
@@ -143,23 +140,14 @@ CCqueue_Entry* CCjobs_Accept(CCjobBase_Job job) {
 
 CCqueue_Entry* CCjobs_StartNext(const std::string& worker, bool local, std::uint8_t cpuUsages,
                                 std::uint32_t jobTypes) {
-  auto candidates = Candidates(local, cpuUsages, jobTypes);
-  const auto before = [](const auto& a, const auto& b) { return CCorder_Before(a.first, b.first); };
-  CCprecond_FailTable failTable = CCprecond_CreateFailTable();
-  // Mostly the best may start; only when it may not are the others put in order.
-  const auto best = std::min_element(candidates.begin(), candidates.end(), before);
-  CCqueue_Entry* chosen = best != candidates.end() && Startable(best->second, failTable) ? best->second : nullptr;
-  if (chosen == nullptr && best != candidates.end()) {
-    candidates.erase(best);
-    std::sort(candidates.begin(), candidates.end(), before);
-    for (std::size_t i = 0; chosen == nullptr && i < candidates.size(); ++i)
-      if (Startable(candidates[i].second, failTable)) chosen = candidates[i].second;
-  }
-  CCprecond_DestroyFailTable(failTable);
+  Wanted wanted{local, cpuUsages, jobTypes, CCprecond_CreateFailTable()};
+  CCqueue_Entry* chosen = CCqueue_FirstWaiting(cpuUsages, Takes, &wanted);
+  CCprecond_DestroyFailTable(wanted.failTable);
   if (chosen == nullptr) return nullptr;
   chosen->worker = worker;
   CCrestrict_Enter(CCjobBase_GetRestrictions(chosen->job), chosen->id, CCqueue_Restrictions());
   CCjobBase_SetStatus(chosen->job, CCtypes_Running);
+  CCqueue_Update(chosen);
   Record(chosen);
   Tell(chosen, CCevent_StatusChanged);
   CCnotify_JobStatus(chosen->job, false);
@@ -200,8 +188,8 @@ void CCjobs_Requeue(CCqueue_Entry* e) {
     owned->seq = CCqueue_NextSeq();
     owned->since = {};  // it waits anew
     CCprecond_UseResources(CCjobBase_GetPreconditions(owned->job), false);
+    CCjobBase_SetStatus(owned->job, CCtypes_Waiting);
     e = CCqueue_Insert(std::move(owned));
-    CCjobBase_SetStatus(e->job, CCtypes_Waiting);
     Tell(e, CCevent_JobAdded);
   } else {
     CCrestrict_Delete(CCjobBase_GetRestrictions(e->job), e->id, CCqueue_Restrictions());
@@ -240,12 +228,12 @@ void CCjobs_Modify(CCqueue_Entry* e, CCjobBase_Job job) {
   CCjobBase_SetEmployerHost(job, CCjobBase_GetEmployerHost(e->job));
   CCjobBase_SetErrorFilename(job, CCjobBase_GetErrorFilenameField(e->job));
   CCjobBase_SetProgressFilename(job, CCjobBase_GetProgressFilenameField(e->job));
+  const std::int32_t position = CCqueue_Position(e);
   // The new inherited resources are taken before the old ones go.
   CCprecond_UseResources(CCjobBase_GetPreconditions(job), false);
   CCprecond_ReleaseResources(CCjobBase_GetPreconditions(e->job), true);
   CCjobBase_Destroy(e->job);
   e->job = job;
-  const std::int32_t position = CCqueue_Position(e);
   CCqueue_Reorder(e);
   Record(e);
   CCstore_WantDurable();
@@ -253,22 +241,12 @@ void CCjobs_Modify(CCqueue_Entry* e, CCjobBase_Job job) {
   if (position != CCqueue_Position(e)) Tell(e, CCevent_PositionChanged);
 }
 
-std::size_t CCjobs_Waiting(std::uint8_t& cpuUsages) {
-  std::size_t count = 0;
-  cpuUsages = 0;
-  for (const CCqueue_Entry* e : CCqueue_Actual()) {
-    if (!Waits(e)) continue;
-    ++count;
-    cpuUsages = static_cast<std::uint8_t>(cpuUsages | 1U << CCjobBase_GetCpuUsage(e->job));
-  }
-  return count;
-}
+std::size_t CCjobs_Waiting(std::uint8_t& cpuUsages) { return CCqueue_WaitingCount(cpuUsages); }
 
 bool CCjobs_PreconditionCheckDue() {
   const Clock::time_point now = Clock::now();
-  for (const CCqueue_Entry* e : CCqueue_Actual())
-    if (CCjobBase_GetStatus(e->job) == CCtypes_WaitingForPrecond && now - e->checked >= kPreconditionPause)
-      return true;
+  for (const CCqueue_Entry* e : CCqueue_WaitingForPrecond())
+    if (now - e->checked >= kPreconditionPause) return true;
   return false;
 }
 

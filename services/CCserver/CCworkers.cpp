@@ -28,7 +28,7 @@ std::int64_t Now() {
 
 void SetUp(CCworkers_Worker* w, bool up) {
   if (up) w->retryAt = 0;
-  else w->retryAt = Now() + kRetryMs, w->recheck = true, w->idle = true;
+  else w->retryAt = Now() + kRetryMs, w->recheck = true, w->toldToAsk = false, w->idle = true, w->full = false;
   if (w->up == up) return;
   w->up = up;
   CCevent_Event event;
@@ -89,6 +89,8 @@ void CCworkers_Heard(CCworkers_Worker* w, SServer_Conn from) {
   // Over a new connection it may be a new process, heard before the end of
   // the old one's connection was: it is asked about its jobs as one that was down.
   w->recheck = true;
+  w->toldToAsk = false;
+  w->full = false;
   if (!w->up) w->retryAt = 0;  // back again: reach it at once
 }
 

@@ -21,8 +21,11 @@ struct CCworkers_Worker {
   SClient conn = nullptr;
   bool up = false;
   bool idle = true;        // its last ask found nothing: tell it when jobs come
+  bool full = false;       // its last ask had no room: it asks again by itself
   std::uint64_t seen = 0;  // the server's generation of changes at that ask
-  bool recheck = true;     // ask about its jobs when it is reached next
+  bool recheck = true;     // find out which of its jobs it holds: at its next ask, or by asking it
+  bool toldToAsk = false;  // announced so that it asks (and tells what it holds)
+  bool oldAsks = false;    // it asks without telling what it holds: it is called about each job
   std::int64_t retryAt = 0;  // steady milliseconds
   SServer_Conn from = nullptr;  // its own connection to us
 };

@@ -60,11 +60,16 @@ std::vector<CCemployer_Employer*> CCemployer_All() {
   return all;
 }
 
-CCjobBase_Job CCemployer_Peek(CCemployer_Employer* e, std::uint8_t cpuUsages) {
-  if (!Reach(e)) return nullptr;
-  CCjobBase_Job job = CCclient_PeekJob(e->conn, e->workerName, cpuUsages);
-  if (job == nullptr) e->hasWork = false;
-  return job;
+std::vector<CCjobBase_Job> CCemployer_Peek(CCemployer_Employer* e, std::uint8_t cpuUsages, std::int32_t count,
+                                           const std::vector<std::string>& held, bool& reached) {
+  reached = Reach(e);
+  if (!reached) return {};
+  std::vector<CCjobBase_Job> jobs = CCclient_PeekJobs(e->conn, e->workerName, cpuUsages, held, count);
+  reached = SClient_IsConnected(e->conn);
+  // (An older server hands one at a time: only none tells that none waits.)
+  if (jobs.empty() && reached && cpuUsages != 0) e->hasWork = false;
+  if (reached) e->mustAsk = false;
+  return jobs;
 }
 
 std::int32_t CCemployer_Report(CCemployer_Employer* e, const std::string& id, std::uint8_t status,

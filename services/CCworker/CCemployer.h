@@ -18,6 +18,7 @@ struct CCemployer_Employer {
   std::uint16_t port = 0;
   std::string workerName;  // the name the server knows this worker by
   bool hasWork = false;    // it said jobs wait, and the last ask found one
+  bool mustAsk = false;    // it announced itself: ask once, room or not, telling what we hold
   SClient conn = nullptr;
   std::int64_t retryAt = 0;  // steady milliseconds
 };
@@ -29,9 +30,12 @@ void CCemployer_SetYield(SClient_YieldProc yield);
 // The employer at `host` and `port`, entered when new.
 CCemployer_Employer* CCemployer_Get(const std::string& host, std::uint16_t port);
 std::vector<CCemployer_Employer*> CCemployer_All();
-// The next job for this worker that fits `cpuUsages`; nil when there is none
-// or the server can't be reached (hasWork tells which).
-CCjobBase_Job CCemployer_Peek(CCemployer_Employer* e, std::uint8_t cpuUsages);
+// The next jobs for this worker, up to `count` of any mix of `cpuUsages`,
+// telling the server the ids of the jobs held for it (`held`); fewer than
+// `count` when no more wait (hasWork false), none when the server can't be
+// reached (`reached` false). The caller owns the jobs.
+std::vector<CCjobBase_Job> CCemployer_Peek(CCemployer_Employer* e, std::uint8_t cpuUsages, std::int32_t count,
+                                           const std::vector<std::string>& held, bool& reached);
 // Tells the server how job `id` ended without waiting for its answer (it
 // comes with the next request's). The connection's number, which Heard
 // needs; 0 when it could not be sent.

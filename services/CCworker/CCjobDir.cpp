@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -14,7 +16,20 @@
 
 namespace {
 
+// Files of jobs that went, kept to be renamed into place for the next ones:
+// a file system pays more for making and deleting a file (its inode) than
+// the job's shell costs, and a flood of jobs does both several times a job.
+constexpr std::size_t kSpareCap = 64;
+constexpr char kSpareSuffix[] = ".spare";
+
 std::string directory;
+// Paths: records of jobs that went, and empty files (the jobs' progress
+// files) for progress files to come. Emptying a file frees its blocks, which
+// costs as much as deleting it, so a record is written over one of before.
+std::vector<std::string> spares, empties;
+unsigned spareCount = 0;
+
+std::vector<std::string>& PoolFor(bool empty) { return empty && !empties.empty() ? empties : spares; }
 
 std::string PathOf(const std::string& id, const char* suffix) { return directory + "/" + id + suffix; }
 
@@ -28,31 +43,81 @@ bool WriteAll(int fd, const std::string& text) {
   return true;
 }
 
-}  // namespace
-
-bool CCjobDir_Open(const std::string& dir) {
-  directory = dir;
-  std::error_code error;
-  std::filesystem::create_directories(dir, error);
-  // Records a killed worker had not finished writing.
-  for (const auto& entry : std::filesystem::directory_iterator(dir, error))
-    if (entry.path().extension() == ".new") std::filesystem::remove(entry.path(), error);
-  return ::access(dir.c_str(), W_OK | X_OK) == 0;
+// A spare opened and locked, or -1 (and `path` empty) when there is none.
+int TakeSpare(std::string& path) {
+  for (std::vector<std::string>* pool = &PoolFor(false); !pool->empty(); pool = &PoolFor(false)) {
+    path = pool->back();
+    pool->pop_back();
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    // One still held (a job's straggler kept its descriptor) is let go.
+    if (fd >= 0 && ::flock(fd, LOCK_EX | LOCK_NB) == 0) return fd;
+    if (fd >= 0) ::close(fd);
+    ::unlink(path.c_str());
+  }
+  path.clear();
+  return -1;
 }
 
-// Written under a name of its own and linked into place whole and locked:
+// Written (into a spare, or a new file under a name of its own) and renamed
+// or linked into place whole and locked, never over a record that exists:
 // a worker killed half-way leaves no record of a job that never began.
-int CCjobDir_Create(const CCjobDir_Record& r) {
-  const std::string path = PathOf(r.id, ".job"), temporary = PathOf(r.id, ".new");
-  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+int Make(const std::string& path, const std::string& text) {
+  std::string spare;
+  int fd = TakeSpare(spare);
+  if (fd >= 0) {
+    // Written over what it held and cut behind, so that the job's lines follow.
+    if (WriteAll(fd, text) && ::ftruncate(fd, static_cast<off_t>(text.size())) == 0 &&
+        ::renameat2(AT_FDCWD, spare.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0)
+      return fd;
+    ::close(fd);
+    const bool exists = errno == EEXIST;
+    ::unlink(spare.c_str());
+    if (exists) return -1;
+  }
+  const std::string temporary = path.substr(0, path.size() - 4) + ".new";
+  fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
   if (fd < 0) return -1;
-  const std::string text = CCtypes_Escape(r.employerHost) + " " + std::to_string(r.employerPort) + " " +
-                           CCtypes_Escape(r.workerName) + "\n" + CCtypes_LineEscape(r.jobText) + "\n";
   const bool made = ::flock(fd, LOCK_EX) == 0 && WriteAll(fd, text) && ::link(temporary.c_str(), path.c_str()) == 0;
   ::unlink(temporary.c_str());
   if (made) return fd;
   ::close(fd);
   return -1;
+}
+
+}  // namespace
+
+bool CCjobDir_Open(const std::string& dir) {
+  directory = dir;
+  spares.clear();
+  empties.clear();
+  std::error_code error;
+  std::filesystem::create_directories(dir, error);
+  // Records a killed worker had not finished writing; spares are kept.
+  for (const auto& entry : std::filesystem::directory_iterator(dir, error)) {
+    if (entry.path().extension() == ".new") std::filesystem::remove(entry.path(), error);
+    if (entry.path().extension() == kSpareSuffix) spares.push_back(entry.path().string());
+  }
+  return ::access(dir.c_str(), W_OK | X_OK) == 0;
+}
+
+int CCjobDir_Create(const CCjobDir_Record& r) {
+  return Make(PathOf(r.id, ".job"), CCtypes_Escape(r.employerHost) + " " + std::to_string(r.employerPort) + " " +
+                                         CCtypes_Escape(r.workerName) + "\n" + CCtypes_LineEscape(r.jobText) + "\n");
+}
+
+bool CCjobDir_PlaceSpare(const std::string& path) {
+  std::vector<std::string>& pool = PoolFor(true);
+  if (pool.empty()) return false;
+  if (::truncate(pool.back().c_str(), 0) != 0 || ::rename(pool.back().c_str(), path.c_str()) != 0) return false;
+  pool.pop_back();
+  return true;
+}
+
+void CCjobDir_Retire(const std::string& path, bool empty) {
+  std::vector<std::string>& pool = empty ? empties : spares;
+  const std::string spare = directory + "/" + std::to_string(::getpid()) + "-" + std::to_string(++spareCount) + kSpareSuffix;
+  if (pool.size() < kSpareCap && ::rename(path.c_str(), spare.c_str()) == 0) pool.push_back(spare);
+  else ::unlink(path.c_str());
 }
 
 std::vector<std::string> CCjobDir_List() {
@@ -109,4 +174,4 @@ CCjobDir_Outcome CCjobDir_ReadOutcome(const std::string& id) {
   return outcome;
 }
 
-void CCjobDir_Remove(const std::string& id) { ::unlink(PathOf(id, ".job").c_str()); }
+void CCjobDir_Remove(const std::string& id) { CCjobDir_Retire(PathOf(id, ".job"), false); }

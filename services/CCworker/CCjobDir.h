@@ -45,3 +45,14 @@ bool CCjobDir_Held(const std::string& id);
 CCjobDir_Outcome CCjobDir_ReadOutcome(const std::string& id);
 // Forgets the job: its file goes.
 void CCjobDir_Remove(const std::string& id);
+
+// --- Spares ---------------------------------------------------------------------------
+// The files of jobs that went are kept as spares ("*.spare", a few dozen at
+// most) and renamed into place for the next job's record and progress file,
+// which spares the file system making and deleting a file several times a job.
+// Renames a spare, emptied, to `path`; false when there is none or it can't go there.
+bool CCjobDir_PlaceSpare(const std::string& path);
+// The file at `path` goes: kept as a spare when there is room (and it can be
+// renamed into the directory), deleted otherwise. `empty` (a progress file
+// mostly is) keeps it for PlaceSpare.
+void CCjobDir_Retire(const std::string& path, bool empty);

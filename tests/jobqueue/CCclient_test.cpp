@@ -468,6 +468,41 @@ TEST(Queue, RestrictionsLetNoMoreRunTogetherThanTheirLimit) {
   for (std::size_t i = 0; i < lines.size(); ++i) EXPECT_EQ(lines[i], i % 2 == 0 ? "start" : "end") << i;
 }
 
+// Jobs waiting in a stopped queue are handed out several to an ask once it
+// runs, never more than the worker's room: two of high CPU usage at a time
+// (-j 2), eight of any usage.
+TEST(Queue, AWorkerTakesSeveralJobsAtOnceWithinItsSlots) {
+  JobEvents events("slots");
+  SClient client = JobEvents::Client();
+  ASSERT_TRUE(CCclient_SetQueueStatus(client, CCtypes_QueueStopped));
+  const std::string log = site->Path() + "/slots";
+  std::vector<std::string> ids;
+  for (int i = 0; i < 12; ++i) {
+    const bool high = i % 2 == 0;
+    const std::string kind = high ? "h" : "f";
+    ids.push_back(Submit("echo +" + kind + " >> " + log + "; sleep 0.3; echo -" + kind + " >> " + log, "slots", true,
+                         [high](CCjobBase_Job job) { CCjob_SetCpuUsage(job, high ? CCtypes_CpuHigh : CCtypes_CpuFree); }));
+  }
+  ASSERT_TRUE(CCclient_SetQueueStatus(client, CCtypes_QueueRunning));
+  ASSERT_TRUE(Await([&] {
+    events.Read();
+    for (const std::string& id : ids)
+      if (!events.Ended(id)) return false;
+    return true;
+  }));
+  int high = 0, all = 0, mostHigh = 0, most = 0;
+  for (const std::string& line : Lines(log)) {
+    const int step = line[0] == '+' ? 1 : -1;
+    all += step;
+    high += line[1] == 'h' ? step : 0;
+    mostHigh = std::max(mostHigh, high);
+    most = std::max(most, all);
+  }
+  EXPECT_EQ(mostHigh, 2);
+  EXPECT_GT(most, 2);
+  EXPECT_LE(most, 8);
+}
+
 // A server of an older kind knows the first versions of PEEK_JOB and
 // JOB_FINISHED only; the client speaks them to it.
 TEST(Queue, ClientsFallBackToTheRequestsAnOlderServerKnows) {
