@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,6 +21,7 @@ struct SServer_ConnRec {
   SReqObj mask = nullptr;
   bool asynchronous = false;
   bool readable = true;  // the line may hold bytes not yet buffered
+  bool lagged = false;   // left too much unread: goes at its next turn
   ~SServer_ConnRec() {
     Socket_Close(socket);
     SReqObj_Destroy(mask);
@@ -49,12 +51,43 @@ using Clock = std::chrono::steady_clock;
 constexpr int kRequestTimeoutMs = 5000;
 
 constexpr unsigned kNotOurWireForm = 40;
+constexpr unsigned kLagged = 43;
+
+// How much a client may leave unread before its connection goes: far more
+// than a burst of events to a listener that is busy for a moment, far less
+// than memory. TV_PEER_BACKLOG_KB sets another bound (the tests use a small one).
+std::size_t BacklogLimit() {
+  static const std::size_t limit = [] {
+    const char* given = std::getenv("TV_PEER_BACKLOG_KB");
+    const long kb = given == nullptr ? 0 : std::atol(given);
+    return (kb > 0 ? static_cast<std::size_t>(kb) : std::size_t{8192}) * 1024;
+  }();
+  return limit;
+}
+
+// A send to `conn` ended with `sent`. A client that left more than the bound
+// unread is noted on standard error (the service's log) and goes at its next
+// turn; the service never waits for it.
+bool Sent(SServer_Conn conn, bool sent) {
+  if (sent || conn->lagged || Socket_error != 7) return sent;
+  conn->lagged = true;
+  char text[kTextCap];
+  Messages_GetMsg(section, kLagged, text);  // messages: SServer 43
+  SPrintf_String(text, StrIn(conn->client.binaryName));
+  SPrintf_String(text, StrIn(conn->client.hostname));
+  SPrintf_Int(text, conn->client.pid);
+  SPrintf_Card(text, static_cast<std::uint32_t>(BacklogLimit() / 1024));
+  std::fprintf(stderr, "%s\n", text);
+  std::fflush(stderr);
+  return false;
+}
 
 bool Answer(SServer_Conn conn, SReqObj wire) {
+  Socket_error = 0;
   const bool sent = SReqObj_Send(conn->socket, wire) && Socket_WriteByte(conn->socket, '\n') &&
                     Socket_Flush(conn->socket);
   SReqObj_Destroy(wire);
-  return sent;
+  return Sent(conn, sent);
 }
 
 bool Refuse(SServer server, SServer_Conn conn, unsigned number, const std::string& what) {
@@ -172,6 +205,7 @@ void AcceptAll(SServer server) {
     auto conn = std::make_unique<SServer_ConnRec>();
     conn->socket = s;
     Socket_SetNoDelay(s);
+    Socket_SetQueued(s, BacklogLimit());
     server->conns.push_back(std::move(conn));
   }
 }
@@ -182,6 +216,10 @@ int ServeReady(SServer server, SServer_Request& request) {
     if (server->next >= server->conns.size()) server->next = 0;
     const std::size_t index = server->next++;
     SServer_Conn conn = server->conns[index].get();
+    if (conn->lagged) {
+      Drop(server, index);
+      continue;
+    }
     // Only a line that poll found readable is read: the others have nothing new.
     const bool open = !conn->readable || Socket_Fill(conn->socket);
     conn->readable = false;
@@ -252,13 +290,20 @@ bool SServer_Next(SServer server, int timeoutMs, SServer_Request& request) {
     if (ServeReady(server, request) == 1) return true;
     // 2. Wait for the line: new clients or new bytes.
     std::vector<pollfd> fds{{Socket_Descriptor(server->listener), POLLIN, 0}, {server->wake, POLLIN, 0}};
-    for (const auto& c : server->conns) fds.push_back({Socket_Descriptor(c->socket), POLLIN, 0});
+    // Output that waits leaves when the line takes it, never holding the loop.
+    for (const auto& c : server->conns)
+      fds.push_back({Socket_Descriptor(c->socket),
+                     static_cast<short>(POLLIN | (Socket_Pending(c->socket) > 0 ? POLLOUT : 0)), 0});
     const auto used = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
     const int left = timeoutMs < 0 ? -1 : static_cast<int>(timeoutMs - used);
     if (timeoutMs >= 0 && left <= 0) return false;
     if (::poll(fds.data(), fds.size(), left) <= 0) continue;
-    for (std::size_t i = 0; i < server->conns.size(); ++i)
-      if (fds[i + 2].revents != 0) server->conns[i]->readable = true;
+    for (std::size_t i = 0; i < server->conns.size(); ++i) {
+      SServer_Conn conn = server->conns[i].get();
+      const short got = fds[i + 2].revents;
+      if ((got & POLLOUT) != 0 && !Socket_SendPending(conn->socket)) conn->readable = true;
+      if ((got & ~POLLOUT) != 0) conn->readable = true;
+    }
     if (fds[1].revents != 0) return false;
     if (fds[0].revents != 0) AcceptAll(server);
   }
@@ -278,7 +323,9 @@ bool SServer_ReplyError(SServer_Conn conn, std::int32_t number, StrIn source, St
 }
 
 bool SServer_SendEvent(SServer_Conn conn, SEvent event) {
-  return conn != nullptr && SEvent_Send(conn->socket, event) && Socket_Flush(conn->socket);
+  if (conn == nullptr) return false;
+  Socket_error = 0;
+  return Sent(conn, SEvent_Send(conn->socket, event) && Socket_Flush(conn->socket));
 }
 
 const SProtocol_ClientID& SServer_Client(SServer_Conn conn) {

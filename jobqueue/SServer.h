@@ -4,6 +4,10 @@
 // requests and answers the standard ones itself; SServer_Next hands out the
 // protocol's own requests one at a time. Single-threaded: the service calls
 // SServer_Next in its loop and answers before it asks for the next request.
+// Answers and events never wait for a client: what its line does not take at
+// once waits in the connection's queue, in order, and leaves while SServer_Next
+// waits. A client that leaves more than 8 MB unread (TV_PEER_BACKLOG_KB) is
+// noted on standard error and its connection closed (the gone procedure runs).
 #pragma once
 #include <cstddef>
 #include <cstdint>

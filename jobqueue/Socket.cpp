@@ -28,6 +28,10 @@ struct Socket_Rec {
   std::vector<std::uint8_t> ring;
   std::size_t head = 0, count = 0;
   std::vector<std::uint8_t> out;
+  // A queued socket's bytes the line has not taken yet, from `sentTo` on.
+  std::size_t queueLimit = 0;  // 0: writes wait for the line
+  std::vector<std::uint8_t> pending;
+  std::size_t sentTo = 0;
   SPeers peers = nullptr;  // a listener's allowed peers; nil lets everyone in
   ~Socket_Rec() { SPeers_Destroy(peers); }
 };
@@ -85,7 +89,52 @@ bool Usable(Socket s) {
   return true;
 }
 
+// Sends what the line takes now: the count sent, -1 once broken.
+std::ptrdiff_t SendSome(Socket s, const std::uint8_t* bytes, std::size_t count) {
+  std::size_t done = 0;
+  while (done < count) {
+    const ssize_t sent = ::send(s->fd, bytes + done, count - done, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent >= 0) {
+      done += static_cast<std::size_t>(sent);
+      continue;
+    }
+    if (errno == EINTR) continue;
+    if (errno == EAGAIN || errno == EWOULDBLOCK) break;
+    return Fail(s, errno == EPIPE || errno == ECONNRESET ? 4 : 5), -1;
+  }
+  return static_cast<std::ptrdiff_t>(done);
+}
+
+bool Drain(Socket s) {
+  const std::ptrdiff_t sent = SendSome(s, s->pending.data() + s->sentTo, s->pending.size() - s->sentTo);
+  if (sent < 0) return false;
+  s->sentTo += static_cast<std::size_t>(sent);
+  if (s->sentTo == s->pending.size()) {
+    s->pending.clear();
+    s->sentTo = 0;
+  } else if (s->sentTo > s->pending.size() / 2) {  // keeps the copying linear
+    s->pending.erase(s->pending.begin(), s->pending.begin() + static_cast<std::ptrdiff_t>(s->sentTo));
+    s->sentTo = 0;
+  }
+  return true;
+}
+
+// A queued socket's send: behind what waits already, the rest kept for later.
+bool Enqueue(Socket s, const std::uint8_t* bytes, std::size_t count) {
+  if (!Drain(s)) return false;
+  if (s->pending.empty()) {
+    const std::ptrdiff_t sent = SendSome(s, bytes, count);
+    if (sent < 0) return false;
+    bytes += sent;
+    count -= static_cast<std::size_t>(sent);
+  }
+  s->pending.insert(s->pending.end(), bytes, bytes + count);
+  if (s->pending.size() - s->sentTo > s->queueLimit) return Fail(s, 7);
+  return true;
+}
+
 bool SendAll(Socket s, const std::uint8_t* bytes, std::size_t count) {
+  if (s->queueLimit > 0) return Enqueue(s, bytes, count);
   while (count > 0) {
     const ssize_t sent = ::send(s->fd, bytes, count, MSG_NOSIGNAL);
     if (sent < 0) {
@@ -217,6 +266,10 @@ void Socket_SetNoDelay(Socket s) {
 
 void Socket_SetTimeout(Socket s, int timeoutMs) {
   if (s != nullptr) s->timeoutMs = timeoutMs;
+}
+
+void Socket_SetQueued(Socket s, std::size_t limit) {
+  if (s != nullptr) s->queueLimit = std::max<std::size_t>(limit, 1);
 }
 
 int Socket_Descriptor(Socket s) { return s == nullptr ? -1 : s->fd; }
@@ -358,3 +411,7 @@ bool Socket_Flush(Socket s) {
   s->out.clear();
   return sent;
 }
+
+std::size_t Socket_Pending(Socket s) { return s == nullptr ? 0 : s->pending.size() - s->sentTo; }
+
+bool Socket_SendPending(Socket s) { return Usable(s) && Drain(s); }

@@ -5,6 +5,8 @@
 // collected and leave with Socket_Flush (or when the buffer is full). Every
 // multi-byte number travels big-endian. A socket whose peer went away or whose
 // read timed out is broken: every later read or write fails until it is closed.
+// A service's connections queue their writes instead (Socket_SetQueued), so
+// that a peer that stops reading never holds the service up.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -17,7 +19,8 @@ struct Socket_Rec;
 using Socket = Socket_Rec*;
 
 // Last failure: 0 none, 1 no such host, 2 cannot connect or listen, 3 time-out,
-// 4 peer closed the connection, 5 other system error, 6 bad handle.
+// 4 peer closed the connection, 5 other system error, 6 bad handle, 7 the peer
+// left more than the queue's bound unread.
 extern std::uint8_t Socket_error;
 
 // --- Create and destroy -------------------------------------------------------
@@ -46,6 +49,10 @@ SPeers Socket_Peers(Socket listener);
 void Socket_SetNoDelay(Socket s);
 // How long one read waits for missing bytes; negative waits for ever. 5000 at start.
 void Socket_SetTimeout(Socket s, int timeoutMs);
+// Writes never wait from now on: what the line does not take at once waits,
+// in order, for Socket_SendPending. Once more than `limit` bytes wait, the
+// connection is broken (error 7): its peer stopped reading.
+void Socket_SetQueued(Socket s, std::size_t limit);
 // The descriptor, for poll(); -1 for nil.
 int Socket_Descriptor(Socket s);
 // The port a listening socket is bound to; 0 for nil.
@@ -81,5 +88,10 @@ bool Socket_WriteBoolean(Socket s, bool value);
 bool Socket_WriteInteger(Socket s, std::int32_t value);
 bool Socket_WriteReal(Socket s, double value);
 bool Socket_WriteObject(Socket s, const void* bytes, std::size_t count);
-// Sends everything collected; false when the line refused it.
+// Sends everything collected (a queued socket: hands it to the queue);
+// false when the line refused it.
 bool Socket_Flush(Socket s);
+// A queued socket's bytes waiting for the line to take them; 0 for nil.
+std::size_t Socket_Pending(Socket s);
+// Sends what the line takes of them now, without waiting; false once broken.
+bool Socket_SendPending(Socket s);

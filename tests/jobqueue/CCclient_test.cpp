@@ -12,10 +12,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iostream>
 #include <map>
 #include <set>
 #include <string>
@@ -550,4 +552,59 @@ TEST(Queue, ClientsFallBackToTheRequestsAnOlderServerKnows) {
   int status = 0;
   ::waitpid(child, &status, 0);
   EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+// A listener that never reads holds no one up: what its line does not take
+// waits in the server, and the listener goes once more than the bound (here
+// 64 KB) waits. The other listener, reading, loses nothing.
+TEST(Queue, AListenerThatStopsReadingHoldsNoOneUpAndGoes) {
+  struct SmallBound {  // the server gets its usual bound back, also on failure
+    SmallBound() { Restart("64"); }
+    ~SmallBound() { Restart(nullptr); }
+    static void Restart(const char* kb) {
+      kb != nullptr ? ::setenv("TV_PEER_BACKLOG_KB", kb, 1) : ::unsetenv("TV_PEER_BACKLOG_KB");
+      StopService(server);
+      StartServer();
+    }
+  } bound;
+  SClient client = JobEvents::Client();
+  ASSERT_TRUE(CCclient_SetQueueStatus(client, CCtypes_QueueRunning));
+  JobEvents events("slowpeer");
+  SClient stuck = CCclient_ConnectListener("");
+  double slowest = 0;
+  auto timed = [&](const std::function<bool()>& request) {
+    const auto start = Clock::now();
+    EXPECT_TRUE(request());
+    slowest = std::max(slowest, std::chrono::duration<double>(Clock::now() - start).count());
+  };
+  auto listeners = [&] {
+    SReqObj results = nullptr;
+    int n = 0;
+    timed([&] { return SClient_Send(client, SProtocol_CURRENT_CLIENTS, nullptr, &results); });
+    for (std::size_t i = 0; i < SReqObj_Count(SReqObj_Element(results, 0)); ++i)
+      n += SReqObj_Bytes(SReqObj_Element(SReqObj_Element(results, 0), i)).find("(Listener)") != std::string::npos;
+    SReqObj_Destroy(results);
+    return n;
+  };
+  ASSERT_EQ(listeners(), 2);
+  const std::string description(900, 'd');
+  std::vector<std::string> ids;
+  while (listeners() == 2 && ids.size() < 3000 && slowest < 2.0) {
+    timed([&] {
+      ids.push_back(Submit("true", "slowpeer", true, [&](CCjobBase_Job job) { CCjobBase_SetDescription(job, description); }));
+      CCjobBase_Job job = nullptr;
+      CCclient_GetJobInfos(client, ids.back(), job);  // answered, whether the job is still there or not
+      CCjob_Destroy(job);
+      return true;
+    });
+    events.Read();
+  }
+  EXPECT_LT(ids.size(), 3000U) << "the listener that does not read stays";
+  EXPECT_LT(slowest, 2.0) << "a request waited for the listener that does not read";
+  EXPECT_TRUE(Await([&] {
+    events.Read();
+    return std::all_of(ids.begin(), ids.end(), [&](const std::string& id) { return events.Ended(id); });
+  }));
+  std::cerr << ids.size() << " jobs until dropped, slowest request " << slowest << " s\n";
+  SClient_CloseConn(stuck);
 }

@@ -1,9 +1,11 @@
 #include "jobqueue/SReqObj.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
 
 #include <chrono>
 #include <string>
+#include <thread>
 
 #include "jobqueue/SProtocol.h"
 
@@ -255,6 +257,45 @@ TEST(Socket, PrimitivesTimeOutAndPeerClose) {
   EXPECT_FALSE(Socket_IsAlive(pair.client));
   EXPECT_EQ(Socket_error, 4);
   EXPECT_FALSE(Socket_IsAlive(Socket_Nil()));
+}
+
+// A service's socket never waits for a peer that does not read: what the line
+// does not take waits, in order, and leaves as the peer reads; past the bound
+// the connection breaks.
+TEST(Socket, QueuedWritesWaitInOrderForThePeerUpToTheirBound) {
+  Pair pair;
+  ASSERT_NE(pair.server, nullptr);
+  Socket_SetQueued(pair.server, 64 << 20);
+  const std::string block(64 * 1024, 'q');
+  auto write = [&](std::int32_t n) {
+    return Socket_WriteInteger(pair.server, n) && Socket_WriteObject(pair.server, block.data(), block.size()) &&
+           Socket_Flush(pair.server);
+  };
+  std::int32_t sent = 0;
+  while (Socket_Pending(pair.server) == 0 && sent < 2000) ASSERT_TRUE(write(sent++));  // the line is full
+  for (int i = 0; i < 4; ++i) ASSERT_TRUE(write(sent++));
+  EXPECT_GT(Socket_Pending(pair.server), 4 * block.size());
+  std::thread pump([&] {
+    while (Socket_Pending(pair.server) > 0 && Socket_SendPending(pair.server)) {
+      pollfd p{Socket_Descriptor(pair.server), POLLOUT, 0};
+      ::poll(&p, 1, 100);
+    }
+  });
+  std::int32_t n = -1;
+  std::string got;
+  for (std::int32_t i = 0; i < sent; ++i) {
+    ASSERT_TRUE(Socket_ReadInteger(pair.client, n) && Socket_ReadObject(pair.client, got, block.size()));
+    ASSERT_EQ(n, i);
+    ASSERT_EQ(got.size(), block.size());
+  }
+  pump.join();
+
+  Socket_SetQueued(pair.server, 256 * 1024);
+  for (sent = 0; sent < 2000 && write(sent); ++sent) {
+  }
+  EXPECT_LT(sent, 2000);
+  EXPECT_EQ(Socket_error, 7);
+  EXPECT_LE(Socket_Pending(pair.server), 256 * 1024 + block.size() + 8);
 }
 
 }  // namespace
