@@ -251,6 +251,7 @@ TEST_F(MainWindow, FramesFollowFilesDisksAndJobs) {
   EXPECT_TRUE(Shows(filt, kIdle));
   SClient_CloseConn(queue);
   // A slow step runs: green.
+  Floatdeck_SelectRow("slowflow");
   Floatdeck_DisplayNewWorkflow("slowflow");
   const std::string slow = FolderWhere(WFfolder_UserDef);
   site->Drop(slow, "big.tif");
