@@ -53,18 +53,6 @@ constexpr int kRequestTimeoutMs = 5000;
 constexpr unsigned kNotOurWireForm = 40;
 constexpr unsigned kLagged = 43;
 
-// How much a client may leave unread before its connection goes: far more
-// than a burst of events to a listener that is busy for a moment, far less
-// than memory. TV_PEER_BACKLOG_KB sets another bound (the tests use a small one).
-std::size_t BacklogLimit() {
-  static const std::size_t limit = [] {
-    const char* given = std::getenv("TV_PEER_BACKLOG_KB");
-    const long kb = given == nullptr ? 0 : std::atol(given);
-    return (kb > 0 ? static_cast<std::size_t>(kb) : std::size_t{8192}) * 1024;
-  }();
-  return limit;
-}
-
 // A send to `conn` ended with `sent`. A client that left more than the bound
 // unread is noted on standard error (the service's log) and goes at its next
 // turn; the service never waits for it.
@@ -76,7 +64,7 @@ bool Sent(SServer_Conn conn, bool sent) {
   SPrintf_String(text, StrIn(conn->client.binaryName));
   SPrintf_String(text, StrIn(conn->client.hostname));
   SPrintf_Int(text, conn->client.pid);
-  SPrintf_Card(text, static_cast<std::uint32_t>(BacklogLimit() / 1024));
+  SPrintf_Card(text, static_cast<std::uint32_t>(Socket_PeerBacklogLimit() / 1024));
   std::fprintf(stderr, "%s\n", text);
   std::fflush(stderr);
   return false;
@@ -205,7 +193,7 @@ void AcceptAll(SServer server) {
     auto conn = std::make_unique<SServer_ConnRec>();
     conn->socket = s;
     Socket_SetNoDelay(s);
-    Socket_SetQueued(s, BacklogLimit());
+    Socket_SetQueued(s, Socket_PeerBacklogLimit());
     server->conns.push_back(std::move(conn));
   }
 }

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -266,6 +267,15 @@ void Socket_SetNoDelay(Socket s) {
 
 void Socket_SetTimeout(Socket s, int timeoutMs) {
   if (s != nullptr) s->timeoutMs = timeoutMs;
+}
+
+std::size_t Socket_PeerBacklogLimit() {
+  static const std::size_t limit = [] {
+    const char* given = std::getenv("TV_PEER_BACKLOG_KB");
+    const long kb = given == nullptr ? 0 : std::atol(given);
+    return (kb > 0 ? static_cast<std::size_t>(kb) : std::size_t{8192}) * 1024;
+  }();
+  return limit;
 }
 
 void Socket_SetQueued(Socket s, std::size_t limit) {

@@ -53,6 +53,10 @@ void Socket_SetTimeout(Socket s, int timeoutMs);
 // in order, for Socket_SendPending. Once more than `limit` bytes wait, the
 // connection is broken (error 7): its peer stopped reading.
 void Socket_SetQueued(Socket s, std::size_t limit);
+// The bound a service gives its clients' queues: far more than a burst of
+// events to a listener busy for a moment, far less than memory. 8 MB, or
+// TV_PEER_BACKLOG_KB kilobytes (the tests use a small one).
+std::size_t Socket_PeerBacklogLimit();
 // The descriptor, for poll(); -1 for nil.
 int Socket_Descriptor(Socket s);
 // The port a listening socket is bound to; 0 for nil.

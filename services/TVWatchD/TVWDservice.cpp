@@ -63,6 +63,7 @@ bool Answer(Socket client, StrOut line) {
 
 // Answers what the client sent; false when it is to be dropped.
 bool Serve(Socket client) {
+  if (!Socket_SendPending(client)) return false;
   TVWrequest_Line line;
   bool tooLong = false;
   while (TVWrequest_TakeLine(client, line, tooLong))
@@ -78,7 +79,9 @@ int TVWDservice_Port() { return Socket_LocalPort(listening); }
 
 void TVWDservice_Descriptors(std::vector<pollfd>& fds) {
   fds.push_back({Socket_Descriptor(listening), POLLIN, 0});
-  for (Socket c : clients) fds.push_back({Socket_Descriptor(c), POLLIN, 0});
+  // Answers a client has not taken yet leave when its line has room.
+  for (Socket c : clients)
+    fds.push_back({Socket_Descriptor(c), static_cast<short>(POLLIN | (Socket_Pending(c) > 0 ? POLLOUT : 0)), 0});
 }
 
 void TVWDservice_Serve() {
@@ -88,6 +91,9 @@ void TVWDservice_Serve() {
       continue;
     }
     Socket_SetNoDelay(client);
+    // The demon never waits for a client that stops reading its answers; one
+    // that leaves too much unread is dropped.
+    Socket_SetQueued(client, Socket_PeerBacklogLimit());
     clients.push_back(client);
   }
   std::erase_if(clients, [](Socket& c) {

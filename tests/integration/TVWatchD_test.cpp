@@ -5,7 +5,11 @@
 // taken once, the file status it tells, and that nothing is lost or done
 // twice when the queue server or the demon itself is killed.
 #include <gtest/gtest.h>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -448,4 +452,37 @@ TEST(TVWatchD, SurvivesABadConfigurationAndAFolderThatVanishes) {
   TVWrequest_CloseConn(conn);
   EXPECT_EQ(Runs("after-config.tif"), 1);
   EXPECT_EQ(Runs("after-return.tif"), 1);
+}
+
+// A client that sends requests and never reads the answers: the demon answers
+// others at once and drops it once it leaves more than its bound unread (after
+// some MB that the system's buffers take: a few seconds).
+TEST(TVWatchD, AClientThatStopsReadingHoldsNoOneUpAndGoes) {
+  ::setenv("TV_PEER_BACKLOG_KB", "64", 1);
+  Demon demon;
+  ::unsetenv("TV_PEER_BACKLOG_KB");
+  const int stuck = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+  const int small = 4096;  // the line fills soon
+  ::setsockopt(stuck, SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
+  sockaddr_in to{};
+  to.sin_family = AF_INET;
+  to.sin_port = htons(static_cast<std::uint16_t>(std::atoi(::getenv("TV_TVWATCHD_PORT"))));
+  to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  ASSERT_TRUE(::connect(stuck, reinterpret_cast<sockaddr*>(&to), sizeof to) == 0 || errno == EINPROGRESS);
+  std::string requests;
+  for (int i = 0; i < 32768; ++i) requests += "TEST_SERVICE\n";
+  bool dropped = false;
+  for (const auto end = Clock::now() + std::chrono::seconds(120); !dropped && Clock::now() < end;) {
+    pollfd fd{stuck, POLLOUT, 0};
+    ::poll(&fd, 1, 100);
+    dropped = ::send(stuck, requests.data(), requests.size(), MSG_NOSIGNAL) < 0 && errno != EAGAIN;
+    TVWrequest_Connection other = TVWrequest_Connect("", 5000);
+    const auto asked = Clock::now();
+    const bool answered = TVWrequest_TestService(other);
+    TVWrequest_CloseConn(other);
+    ASSERT_TRUE(answered);
+    ASSERT_LT(Clock::now() - asked, std::chrono::seconds(3));
+  }
+  ::close(stuck);
+  EXPECT_TRUE(dropped);
 }
