@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 // The site's directory "<name>-XXXXXX" under the temporary directory, made on
@@ -30,4 +31,12 @@ inline const std::string& Bench_Site(const char* name, bool folders = false) {
     ::setenv("TMP", (directory + "/tmp").c_str(), 1);
   }
   return directory;
+}
+
+// The machine's load, the one-minute average: figures of runs on a busy
+// machine are only comparable side by side.
+inline double Bench_Load() {
+  double load = -1;
+  std::ifstream("/proc/loadavg") >> load;
+  return load;
 }

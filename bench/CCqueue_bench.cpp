@@ -19,6 +19,7 @@
 
 #include "base/Argument.h"
 #include "base/Messages.h"
+#include "bench/BenchSite.h"
 #include "jobqueue/CCclient.h"
 #include "jobqueue/CCjob.h"
 #include "jobqueue/CCprotocol.h"
@@ -37,34 +38,17 @@ std::string directory;
 int server = -1, worker = -1;
 double queueRate = 0;  // jobs per second of the queue, for the loop's comparison
 
-// The machine's load over the last minute, to read the figures by.
-double Load() {
-  std::ifstream in("/proc/loadavg");
-  double load = 0;
-  in >> load;
-  return load;
-}
-
 void Stop() {
   SClient_CloseAllConnections();
   StopService(server);
   StopService(worker);
-  std::error_code ignored;
-  std::filesystem::remove_all(directory, ignored);
 }
 
 // A private site with the server and a worker of two slots, made once.
 bool Site() {
   if (!directory.empty()) return server > 0 && worker > 0;
-  std::string pattern = (std::filesystem::temp_directory_path() / "CCqueue_bench-XXXXXX").string();
-  if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-  directory = pattern;
-  for (const char* dir : {"dat", "tmp", "customer"}) std::filesystem::create_directories(directory + "/" + dir);
-  ::setenv("TV_NO_RUN_FILE", "1", 1);
+  directory = Bench_Site("CCqueue_bench", true);
   ::setenv("MARLENV", FLOATDECK_BINARY_DIR "/env", 1);
-  ::setenv("MARLDAT", (directory + "/dat").c_str(), 1);
-  ::setenv("TMP", (directory + "/tmp").c_str(), 1);
-  ::setenv("TV_CUSTOMER", (directory + "/customer").c_str(), 1);
   ChoosePort("TV_CCSERVER_PORT");
   ChoosePort("TV_CCWORKER_PORT");
   static const char* const args[] = {"CCqueue_bench"};
@@ -114,7 +98,7 @@ void BM_QueueNoopJobs(benchmark::State& state) {
                                                 benchmark::Counter::kIsRate);
   queueRate = static_cast<double>(state.iterations()) * kBatch /
               std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
-  state.counters["load"] = Load();
+  state.counters["load"] = Bench_Load();
   SClient_CloseConn(listener);
   SClient_CloseConn(client);
 }
@@ -217,7 +201,7 @@ void BM_ShellTrueLoop(benchmark::State& state) {
   }
   state.counters["jobs/s"] = benchmark::Counter(static_cast<double>(state.iterations()) * kBatch,
                                                 benchmark::Counter::kIsRate);
-  state.counters["load"] = Load();
+  state.counters["load"] = Bench_Load();
   // The queue's rate as a share of the loop's of the same run (target 0.9).
   const double loopRate = static_cast<double>(state.iterations()) * kBatch /
                           std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();

@@ -35,6 +35,7 @@
 
 #include "base/Argument.h"
 #include "base/Messages.h"
+#include "bench/BenchSite.h"
 #include "jobqueue/CCclient.h"
 #include "jobqueue/CCtypes.h"
 #include "tests/support/FlowSite.h"
@@ -53,36 +54,23 @@ constexpr int kWaitingFiles = 100000;
 // per file.
 constexpr int kSteps = 5;
 
-std::string directory;
 FlowSite* site = nullptr;
 
 void Stop() {
   SClient_CloseAllConnections();
   delete site;
-  std::error_code ignored;
-  fs::remove_all(directory, ignored);
 }
 
 // The site with its services, made once; false when they did not come up.
 bool Site() {
   if (site != nullptr) return true;
-  std::string pattern = (fs::temp_directory_path() / "Flow_bench-XXXXXX").string();
-  if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-  directory = pattern;
-  site = new FlowSite(directory);
+  site = new FlowSite(Bench_Site("Flow_bench"));
   std::atexit(Stop);
   static const char* const args[] = {"Flow_bench"};
   Argument_Init(1, args);
   Messages_Init();
   ::setenv("FLOATDECK_BIN", FLOATDECK_BINARY_DIR "/bin", 1);
   return site->StartWorker(2) && site->StartServer() && site->StartDemon();
-}
-
-// The machine's load: the one-minute average of /proc/loadavg.
-double Load() {
-  double load = -1;
-  std::ifstream("/proc/loadavg") >> load;
-  return load;
 }
 
 double floodRate = -1;  // (b)'s files per second, for the loop's comparison
@@ -188,7 +176,7 @@ void BM_OneFileAtATime(benchmark::State& state) {
   state.counters["max_ms"] = *std::max_element(ms.begin(), ms.end());
   state.counters["over_1s"] = static_cast<double>(std::count_if(ms.begin(), ms.end(), [](double m) { return m > 1000; }));
   state.counters["first_after_install_ms"] = first;
-  state.counters["load"] = Load();
+  state.counters["load"] = Bench_Load();
 }
 BENCHMARK(BM_OneFileAtATime)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 
@@ -222,7 +210,7 @@ void BM_Flood(benchmark::State& state) {
   }
   state.counters["files/s"] = benchmark::Counter(static_cast<double>(state.iterations()) * kFloodFiles,
                                                  benchmark::Counter::kIsRate);
-  state.counters["load"] = Load();
+  state.counters["load"] = Bench_Load();
   // Let the last jobs' events come in: the files are there before their jobs end.
   for (const auto end = Clock::now() + std::chrono::seconds(5); Clock::now() < end;) jobs.Take(50);
   state.counters["jobs"] = static_cast<double>(jobs.Ended());
@@ -293,7 +281,7 @@ void BM_MvLoop(benchmark::State& state) {
   }
   state.counters["files/s"] = benchmark::Counter(static_cast<double>(state.iterations()) * kFloodFiles,
                                                  benchmark::Counter::kIsRate);
-  state.counters["load"] = Load();
+  state.counters["load"] = Bench_Load();
   if (floodRate > 0) state.counters["flood_x_loop"] = floodRate / loopRate;
 }
 BENCHMARK(BM_MvLoop)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
