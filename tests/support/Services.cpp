@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -131,8 +132,13 @@ int StartService(const std::string& program, const std::string& portVariable, co
   const std::string path = FLOATDECK_BINARY_DIR "/bin/" + program;
   std::vector<std::string> argv = {program, "-b", "127.0.0.1"};
   argv.insert(argv.end(), args.begin(), args.end());
+  const pid_t parent = ::getpid();
   const pid_t pid = ::fork();
   if (pid == 0) {
+    // A test killed from outside (a time-out) takes its services along:
+    // they run in sessions of their own, beyond the reach of its group.
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent) ::_exit(127);
     for (const auto& [name, value] : env) ::setenv(name.c_str(), value.c_str(), 1);
     std::vector<char*> pointers;
     for (std::string& a : argv) pointers.push_back(a.data());

@@ -24,7 +24,8 @@ int ConnectFrom(const std::string& from, int port);
 // Starts the build tree's service `program` bound to 127.0.0.1 on the port
 // in `portVariable`, with `args` behind and `env` added to its environment,
 // and waits until it accepts connections. The process id, or -1 when it did
-// not come up.
+// not come up. It is killed when the thread that started it ends (a test
+// killed from outside leaves no service behind).
 int StartService(const std::string& program, const std::string& portVariable,
                  const std::vector<std::string>& args = {},
                  const std::vector<std::pair<std::string, std::string>>& env = {});
