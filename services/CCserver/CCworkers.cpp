@@ -143,8 +143,15 @@ int CCworkers_JobStatus(CCworkers_Worker* w, const std::string& id) {
 int CCworkers_Cancel(CCworkers_Worker* w, const std::string& id, std::uint8_t reason) {
   char word[kNameCap];
   CCtypes_CancelReasonToString(reason, word);
+  SReqObj params = Strings({id, StrIn(word).Str()});
+  if (!w->oldAsks) {
+    if (!Call(w, CCprotocol_CANCEL_JOB, params, nullptr)) return -1;
+    w->recheck = true;
+    w->toldToAsk = false;
+    return 1;
+  }
   SReqObj results = nullptr;
-  if (!Call(w, CCprotocol_CANCEL_JOB, Strings({id, StrIn(word).Str()}), &results)) return -1;
+  if (!Call(w, CCprotocol_CANCEL_JOB, params, &results)) return -1;
   const bool canceled = SReqObj_GetBoolean(SReqObj_Element(results, 0));
   SReqObj_Destroy(results);
   return canceled ? 1 : 0;

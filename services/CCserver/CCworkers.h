@@ -52,5 +52,8 @@ bool CCworkers_Announce(CCworkers_Worker* w, std::uint16_t port, std::size_t wai
 // does not know it, -1 when it could not be asked.
 int CCworkers_JobStatus(CCworkers_Worker* w, const std::string& id);
 // Asks the worker to cancel job `id`: 1 it will, 0 it does not run it, -1
-// it could not be asked.
+// it could not be asked. A worker that tells what it holds is not waited for
+// (a stopped one would hold the server up): it reports the job's end, and
+// one that does not hold the job says so at its next ask, which it is told
+// to make.
 int CCworkers_Cancel(CCworkers_Worker* w, const std::string& id, std::uint8_t reason);

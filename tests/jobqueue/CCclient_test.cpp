@@ -351,10 +351,18 @@ TEST(Queue, RunningJobsEndWhenDeletedAndAtTheirTimeOut) {
     events.Read();
     return events.Last(deleted) == CCtypes_Running;
   }));
+  // The worker is stopped: the server does not wait for it, and the job
+  // ends once the worker goes on.
+  ASSERT_EQ(::kill(worker, SIGSTOP), 0);
   StrVector ids = StrVector_Create();
   StrVector_AddElement(ids, deleted);
-  ASSERT_TRUE(CCclient_JobCommand(JobEvents::Client(), 1, ids, false));
+  const auto asked = Clock::now();
+  const bool commanded = CCclient_JobCommand(JobEvents::Client(), 1, ids, false);
+  const auto took = Clock::now() - asked;
+  ::kill(worker, SIGCONT);
   StrVector_Destroy(ids);
+  ASSERT_TRUE(commanded);
+  EXPECT_LT(took, std::chrono::milliseconds(1000));
   const std::string late = Submit("sleep 60", "cancel", true, [](CCjobBase_Job job) { CCjobBase_SetTimeout(job, 1); });
   // Both end well before their commands would.
   ASSERT_TRUE(Await([&] {
