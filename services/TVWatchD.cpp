@@ -85,6 +85,7 @@ void OnSignal(int signal) {
 void Goodbye() {
   TVWbase_RemoveDemonInfo();
   TVWDlog_Stop();
+  TVWDservice_Stop();
 }
 
 // The configuration file as it stands, to notice a change without a signal.

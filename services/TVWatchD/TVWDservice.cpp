@@ -102,3 +102,10 @@ void TVWDservice_Serve() {
     return true;
   });
 }
+
+void TVWDservice_Stop() {
+  for (Socket c : clients) Socket_Close(c);
+  clients.clear();
+  Socket_Close(listening);
+  listening = nullptr;
+}

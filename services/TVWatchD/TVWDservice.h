@@ -19,3 +19,5 @@ int TVWDservice_Port();
 void TVWDservice_Descriptors(std::vector<pollfd>& fds);
 // Accepts who came and answers every whole request line there is.
 void TVWDservice_Serve();
+// Closes the clients' connections and the listening socket (at the end).
+void TVWDservice_Stop();
