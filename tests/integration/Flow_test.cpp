@@ -20,13 +20,13 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/Await.h"
 #include "tests/support/FlowSite.h"
 #include "tests/support/TestFiles.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 
 TempDir* root = nullptr;
 FlowSite* site = nullptr;
@@ -46,15 +46,6 @@ class Installation : public ::testing::Environment {
   }
 };
 const auto* const installation = ::testing::AddGlobalTestEnvironment(new Installation);
-
-// Waits (generously: the machine is busy) until `done` holds.
-bool Await(const std::function<bool()>& done, int seconds) {
-  for (const auto end = Clock::now() + std::chrono::seconds(seconds); Clock::now() < end;) {
-    if (done()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  }
-  return done();
-}
 
 // The regular files below `dir` whose names don't begin with a dot (with
 // `nested` only those in its subdirectories, else only those in it), by
