@@ -195,6 +195,21 @@ Places Pass(const Sample& wf, const std::vector<std::string>& names, const std::
   return found;
 }
 
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kSanitized = true;  // every step is a slow sanitised program here
+#else
+constexpr bool kSanitized = false;
+#endif
+
+// The seed of a test's random moments: FLOATDECK_FLOW_SEED, else a new one;
+// told, so that a failure can be run again.
+unsigned Seed() {
+  const char* given = std::getenv("FLOATDECK_FLOW_SEED");
+  const unsigned seed = given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device{}();
+  std::cout << "FLOATDECK_FLOW_SEED=" << seed << std::endl;
+  return seed;
+}
+
 }  // namespace
 
 TEST(Flow, TheSampleWorkflowSendsEveryFileWhereItsFoldersSay) {
@@ -212,14 +227,8 @@ TEST(Flow, TheSampleWorkflowSendsEveryFileWhereItsFoldersSay) {
 
 TEST(Flow, NoFileIsLostOrDoubledWhenTheWorkerAndTheDemonAreKilled) {
   const Sample wf("killed");
-#if defined(__SANITIZE_ADDRESS__)
-  const std::vector<std::string> names = Samples(250);  // every step is a slow sanitised program here
-#else
-  const std::vector<std::string> names = Samples(1000);
-#endif
-  const char* given = std::getenv("FLOATDECK_FLOW_SEED");
-  const unsigned seed = given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device{}();
-  std::cout << "FLOATDECK_FLOW_SEED=" << seed << std::endl;
+  const std::vector<std::string> names = Samples(kSanitized ? 250 : 1000);
+  const unsigned seed = Seed();
   std::mt19937 random(seed);
   // Kills at random moments of the run, each followed by a restart.
   const Places found = Pass(wf, names, [&] {
@@ -238,25 +247,6 @@ TEST(Flow, NoFileIsLostOrDoubledWhenTheWorkerAndTheDemonAreKilled) {
   });
   EXPECT_EQ(found, Expected(names)) << "seed " << seed;
 }
-
-namespace {
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kSanitized = true;  // every step is a slow sanitised program here
-#else
-constexpr bool kSanitized = false;
-#endif
-
-// The seed of a test's random moments: FLOATDECK_FLOW_SEED, else a new one;
-// told, so that a failure can be run again.
-unsigned Seed() {
-  const char* given = std::getenv("FLOATDECK_FLOW_SEED");
-  const unsigned seed = given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device{}();
-  std::cout << "FLOATDECK_FLOW_SEED=" << seed << std::endl;
-  return seed;
-}
-
-}  // namespace
 
 TEST(Flow, FilesTheSortFoldersFiledAreLeftAlone) {
   const Sample wf("filed");
