@@ -34,6 +34,7 @@
 #include "tests/toolkit/XUser.h"
 #include "tests/toolkit/XvfbServer.h"
 // Xlib last: its macros would hide names of the headers above.
+#include "tests/toolkit/TopLevel.h"
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
@@ -115,21 +116,7 @@ class User {
  public:
   Display* d() const { return user_.display(); }
   // The mapped top-level windows with their titles.
-  std::vector<std::pair<Window, std::string>> Shown() const {
-    std::vector<std::pair<Window, std::string>> shown;
-    Window rootWindow, parent, *children = nullptr;
-    unsigned count = 0;
-    XQueryTree(d(), DefaultRootWindow(d()), &rootWindow, &parent, &children, &count);
-    for (unsigned c = 0; c < count; ++c) {
-      XWindowAttributes a;
-      char* name = nullptr;
-      if (!XGetWindowAttributes(d(), children[c], &a) || a.map_state != IsViewable) continue;
-      shown.emplace_back(children[c], XFetchName(d(), children[c], &name) && name != nullptr ? name : "");
-      if (name != nullptr) XFree(name);
-    }
-    if (children != nullptr) XFree(children);
-    return shown;
-  }
+  std::vector<std::pair<Window, std::string>> Shown() const { return ViewableTopLevels(d()); }
   // The one titled `title` (or holding it, with `part`); 0 when none.
   Window Titled(const std::string& title, bool part = false) const {
     for (const auto& [window, name] : Shown())

@@ -31,6 +31,8 @@
 #include "manager/WFshow.h"
 #include "manager/WFstatus.h"
 #include "manager/WFstatusErrors.h"
+#include "tests/manager/GraphCells.h"
+#include "tests/support/Await.h"
 #include "tests/support/FlowSite.h"
 #include "tests/support/Services.h"
 #include "tests/support/TestFiles.h"
@@ -42,6 +44,7 @@
 #include "workflow/WFgroup.h"
 #include "workflow/WFplaces.h"
 // Xlib last: its macros would hide names of the headers above.
+#include "tests/toolkit/TopLevel.h"
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
@@ -143,20 +146,10 @@ class MainWindow : public ::testing::Test {
     }
     return true;
   }
-  // The lower left corner of the frame of a folder's cell, by the grid's
-  // geometry: 61 pixels a column from x 10, 46 a row above the panel.
-  Regions_Rect Frame(const std::string& path) {
-    WFfolder folder = WFbase_FindFolder(D().current, path);
-    int col = -1, row = -1, firstCol = 0, firstRow = 0;
-    EXPECT_TRUE(WFshow_GetCell(D().view, folder, col, row)) << path;
-    WFshow_GetFirst(D().view, firstCol, firstRow);
-    const int panel = WFshow_GetPanelHeight(D().view);
-    return Regions_Rect{(col - firstCol) * 61 + 10, panel + (row - firstRow) * 46 + 1, 41, 41};
-  }
   // The frame's own colour lies on its second ring, 39 pixels wide.
   unsigned long FrameColour(const std::string& path) {
-    const Regions_Rect f = Frame(path);
-    return user_.Pixel(I_AccessWidget(D().main, 999), f.x + 1, f.y + 20);
+    const auto [x, y] = FrameCorner(D().view, WFbase_FindFolder(D().current, path));
+    return user_.Pixel(I_AccessWidget(D().main, 999), x + 1, y + 20);
   }
   bool Shows(const std::string& path, unsigned long colour) {
     return Rounds([&] { return FrameColour(path) == colour; }, 10000);
@@ -583,21 +576,7 @@ TEST(Program, ClosesInOrderAndNeedsADisplay) {
     XUser user;
     Display* d = user.display();
     Window window = 0;
-    for (int i = 0; i < 200 && window == 0; ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(50));
-      Window rootWindow, parent, *children = nullptr;
-      unsigned count = 0;
-      XQueryTree(d, DefaultRootWindow(d), &rootWindow, &parent, &children, &count);
-      for (unsigned c = 0; c < count; ++c) {
-        char* name = nullptr;
-        if (XFetchName(d, children[c], &name) && name != nullptr) {
-          if (std::string(name).find("alpha") != std::string::npos) window = children[c];
-          XFree(name);
-        }
-      }
-      if (children != nullptr) XFree(children);
-    }
-    ASSERT_NE(window, 0u);
+    ASSERT_TRUE(Await([&] { return (window = TopLevelTitled(d, "alpha")) != 0; }, 10));
     EXPECT_EQ(runFiles(), before + 1);
     if (bySignal) {
       ::kill(pid, SIGTERM);
