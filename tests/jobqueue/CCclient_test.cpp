@@ -3,12 +3,10 @@
 // site. The services are killed and started again where the tests say so.
 #include "jobqueue/CCclient.h"
 
-#include <arpa/inet.h>
 #include <errno.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -32,6 +30,7 @@
 #include "jobqueue/SServer.h"
 #include "jobqueue/Socket.h"
 #include "tests/support/Await.h"
+#include "tests/support/Services.h"
 #include "tests/support/TestFiles.h"
 
 namespace {
@@ -369,12 +368,8 @@ TEST(Queue, AJobWhoseShellDiedWithItsWorkerIsReportedFailed) {
 TEST(Queue, BadRequestsAndDyingClientsLeaveTheServerServing) {
   SClient client = JobEvents::Client();
   // Bytes of no request at all: the server drops that line and goes on.
-  const int raw = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(::getenv("TV_CCSERVER_PORT"))));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  ASSERT_EQ(::connect(raw, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  const int raw = ConnectFrom("127.0.0.1", std::stoi(::getenv("TV_CCSERVER_PORT")));
+  ASSERT_GE(raw, 0);
   const char garbage[] = "A\x7f\xff\xff\xffZZZZ\nGET / HTTP/1.0\r\n\r\n";
   ASSERT_GT(::write(raw, garbage, sizeof garbage), 0);
   ::close(raw);
