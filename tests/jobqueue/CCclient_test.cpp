@@ -114,12 +114,14 @@ struct JobEvents {
     const auto& events = byJob[id];
     return events.empty() ? 0 : events.back().status;
   }
-  // Reads events until `done` holds of what was read.
+  // Reads events until `done` holds of what was read; each read waits for
+  // events itself, so the listener keeps up with the queue.
   bool Until(const std::function<bool()>& done, int seconds = 120) {
-    return Await([&] {
+    for (const auto end = Clock::now() + std::chrono::seconds(seconds); Clock::now() < end;) {
       Read();
-      return done();
-    }, seconds);
+      if (done()) return true;
+    }
+    return false;
   }
   bool AllEnded(const std::vector<std::string>& ids) {
     return std::all_of(ids.begin(), ids.end(), [&](const std::string& id) { return Ended(id); });
@@ -271,11 +273,12 @@ TEST(Queue, ListenersSeeTheQueueAndFailedJobsStayUntilDeleted) {
   std::vector<CCevent_Event> seen;
   // Reads events until `done` holds of what was read.
   auto heard = [&](const std::function<bool()>& done) {
-    return Await([&] {
+    for (const auto end = Clock::now() + std::chrono::seconds(120); Clock::now() < end;) {
       CCclient_AwaitEvent(listener, 200);
       for (CCevent_Event e; CCclient_ReceiveEvent(listener, e);) seen.push_back(e);
-      return done();
-    });
+      if (done()) return true;
+    }
+    return false;
   };
   // A new listener hears the queue as it stands, then its workers.
   const auto lastIs = [&](std::uint8_t type, std::uint32_t kind) {
