@@ -19,6 +19,7 @@
 #include "base/Messages.h"
 #include "jobqueue/CCclient.h"
 #include "jobqueue/CCtypes.h"
+#include "tests/support/Await.h"
 #include "tests/support/Services.h"
 #include "tests/support/TestFiles.h"
 
@@ -91,14 +92,6 @@ bool InQueue(const std::string& id) {
   const bool found = CCclient_GetJobInfos(Client(), id, job);
   CCjobBase_Destroy(job);
   return found;
-}
-
-// Waits (generously: the machine is busy) until `done` holds.
-template <typename Done>
-bool Await(Done done, int seconds = 60) {
-  for (const auto end = Clock::now() + std::chrono::seconds(seconds); Clock::now() < end; ::usleep(50 * 1000))
-    if (done()) return true;
-  return false;
 }
 
 TEST(Ccjob, SubmitListRaiseDeleteStopAndRunAsTheServerSeesThem) {

@@ -20,13 +20,13 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/Await.h"
 #include "tests/support/FlowSite.h"
 #include "tests/support/TestFiles.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 
 TempDir* root = nullptr;
 FlowSite* site = nullptr;
@@ -46,15 +46,6 @@ class Installation : public ::testing::Environment {
   }
 };
 const auto* const installation = ::testing::AddGlobalTestEnvironment(new Installation);
-
-// Waits (generously: the machine is busy) until `done` holds.
-bool Await(const std::function<bool()>& done, int seconds) {
-  for (const auto end = Clock::now() + std::chrono::seconds(seconds); Clock::now() < end;) {
-    if (done()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  }
-  return done();
-}
 
 // The regular files below `dir` whose names don't begin with a dot (with
 // `nested` only those in its subdirectories, else only those in it), by
@@ -204,6 +195,21 @@ Places Pass(const Sample& wf, const std::vector<std::string>& names, const std::
   return found;
 }
 
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kSanitized = true;  // every step is a slow sanitised program here
+#else
+constexpr bool kSanitized = false;
+#endif
+
+// The seed of a test's random moments: FLOATDECK_FLOW_SEED, else a new one;
+// told, so that a failure can be run again.
+unsigned Seed() {
+  const char* given = std::getenv("FLOATDECK_FLOW_SEED");
+  const unsigned seed = given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device{}();
+  std::cout << "FLOATDECK_FLOW_SEED=" << seed << std::endl;
+  return seed;
+}
+
 }  // namespace
 
 TEST(Flow, TheSampleWorkflowSendsEveryFileWhereItsFoldersSay) {
@@ -221,14 +227,8 @@ TEST(Flow, TheSampleWorkflowSendsEveryFileWhereItsFoldersSay) {
 
 TEST(Flow, NoFileIsLostOrDoubledWhenTheWorkerAndTheDemonAreKilled) {
   const Sample wf("killed");
-#if defined(__SANITIZE_ADDRESS__)
-  const std::vector<std::string> names = Samples(250);  // every step is a slow sanitised program here
-#else
-  const std::vector<std::string> names = Samples(1000);
-#endif
-  const char* given = std::getenv("FLOATDECK_FLOW_SEED");
-  const unsigned seed = given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device{}();
-  std::cout << "FLOATDECK_FLOW_SEED=" << seed << std::endl;
+  const std::vector<std::string> names = Samples(kSanitized ? 250 : 1000);
+  const unsigned seed = Seed();
   std::mt19937 random(seed);
   // Kills at random moments of the run, each followed by a restart.
   const Places found = Pass(wf, names, [&] {
@@ -247,25 +247,6 @@ TEST(Flow, NoFileIsLostOrDoubledWhenTheWorkerAndTheDemonAreKilled) {
   });
   EXPECT_EQ(found, Expected(names)) << "seed " << seed;
 }
-
-namespace {
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kSanitized = true;  // every step is a slow sanitised program here
-#else
-constexpr bool kSanitized = false;
-#endif
-
-// The seed of a test's random moments: FLOATDECK_FLOW_SEED, else a new one;
-// told, so that a failure can be run again.
-unsigned Seed() {
-  const char* given = std::getenv("FLOATDECK_FLOW_SEED");
-  const unsigned seed = given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device{}();
-  std::cout << "FLOATDECK_FLOW_SEED=" << seed << std::endl;
-  return seed;
-}
-
-}  // namespace
 
 TEST(Flow, FilesTheSortFoldersFiledAreLeftAlone) {
   const Sample wf("filed");

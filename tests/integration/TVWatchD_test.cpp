@@ -28,6 +28,7 @@
 #include "base/Messages.h"
 #include "jobqueue/CCclient.h"
 #include "jobqueue/CCtypes.h"
+#include "tests/support/Await.h"
 #include "tests/support/TestFiles.h"
 #include "watch/TVWbase.h"
 #include "watch/TVWcfg.h"
@@ -99,15 +100,6 @@ class Installation : public ::testing::Environment {
   }
 };
 const auto* const installation = ::testing::AddGlobalTestEnvironment(new Installation);
-
-// Waits (generously: the machine is busy) until `done` holds.
-bool Await(const std::function<bool()>& done, int seconds = 120) {
-  for (const auto end = Clock::now() + std::chrono::seconds(seconds); Clock::now() < end;) {
-    if (done()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
-  return done();
-}
 
 RunResult Tool(const std::vector<std::string>& args) {
   std::vector<std::string> argv = {FLOATDECK_BINARY_DIR "/bin/wfinstall"};

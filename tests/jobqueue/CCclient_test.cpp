@@ -3,12 +3,10 @@
 // site. The services are killed and started again where the tests say so.
 #include "jobqueue/CCclient.h"
 
-#include <arpa/inet.h>
 #include <errno.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,6 +29,8 @@
 #include "jobqueue/SRM.h"
 #include "jobqueue/SServer.h"
 #include "jobqueue/Socket.h"
+#include "tests/support/Await.h"
+#include "tests/support/Services.h"
 #include "tests/support/TestFiles.h"
 
 namespace {
@@ -88,14 +88,6 @@ class Queue : public ::testing::Environment {
 };
 const auto* const queue = ::testing::AddGlobalTestEnvironment(new Queue);
 
-// Waits (generously: the machine is busy) until `done` holds, reading events on the way.
-bool Await(const std::function<bool()>& done, int seconds = 120) {
-  const auto end = Clock::now() + std::chrono::seconds(seconds);
-  while (Clock::now() < end)
-    if (done()) return true;
-  return false;
-}
-
 struct JobEvents {
   SClient listener = CCclient_ConnectJobListener("");
   std::map<std::string, std::vector<CCjobEvent_Event>> byJob;
@@ -122,6 +114,18 @@ struct JobEvents {
     const auto& events = byJob[id];
     return events.empty() ? 0 : events.back().status;
   }
+  // Reads events until `done` holds of what was read; each read waits for
+  // events itself, so the listener keeps up with the queue.
+  bool Until(const std::function<bool()>& done, int seconds = 120) {
+    for (const auto end = Clock::now() + std::chrono::seconds(seconds); Clock::now() < end;) {
+      Read();
+      if (done()) return true;
+    }
+    return false;
+  }
+  bool AllEnded(const std::vector<std::string>& ids) {
+    return std::all_of(ids.begin(), ids.end(), [&](const std::string& id) { return Ended(id); });
+  }
 };
 
 std::string Submit(const std::string& command, const char* submitter, bool async = true,
@@ -134,6 +138,15 @@ std::string Submit(const std::string& command, const char* submitter, bool async
   CCjobBase_GetId(job, id);
   CCjob_Destroy(job);
   return StrIn(id).Str();
+}
+
+// Queue command `command` (0 put back, 1 delete, 2 raise) on one job.
+bool Command(int command, const std::string& id, bool failedQueue) {
+  StrVector ids = StrVector_Create();
+  StrVector_AddElement(ids, id);
+  const bool done = CCclient_JobCommand(JobEvents::Client(), command, ids, failedQueue);
+  StrVector_Destroy(ids);
+  return done;
 }
 
 std::vector<std::string> Lines(const std::string& path) {
@@ -152,18 +165,13 @@ TEST(Queue, AThousandJobsRunOnceEachInOrderThroughAWorkerRestart) {
   for (int i = 0; i < 1000; ++i) ids.push_back(Submit("echo \"$CCJOB_ID $CCJOB_EMPLOYER\" >> " + runs, "thousand"));
 
   // Kill the worker in the middle, with jobs on the way, and start another.
-  ASSERT_TRUE(Await([&] {
-    events.Read();
-    return Lines(runs).size() >= 300;
-  }));
+  ASSERT_TRUE(events.Until([&] { return Lines(runs).size() >= 300; }));
   StopService(worker, SIGKILL);
   StartWorker();
 
   std::size_t ended = 0;
-  ASSERT_TRUE(Await([&] {
-    events.Read();
-    ended = 0;
-    for (const std::string& id : ids) ended += events.Ended(id) ? 1 : 0;
+  ASSERT_TRUE(events.Until([&] {
+    ended = std::count_if(ids.begin(), ids.end(), [&](const std::string& id) { return events.Ended(id); });
     return ended == ids.size();
   })) << ended << " of 1000 jobs ended" << [&] {
     std::string open;
@@ -207,21 +215,12 @@ TEST(Queue, AResourceHeldElsewhereKeepsAJobWaitingUntilItIsFree) {
   ASSERT_TRUE(SRM_Reserve("plate-7", true));
   const std::string id = Submit("touch " + made, "resource", true,
                                 [](CCjobBase_Job job) { CCjob_AddResourcePrecondition(job, "plate-7"); });
-  ASSERT_TRUE(Await([&] {
-    events.Read();
-    return events.Last(id) == CCtypes_WaitingForPrecond;
-  }));
+  ASSERT_TRUE(events.Until([&] { return events.Last(id) == CCtypes_WaitingForPrecond; }));
   // Looked at again and again, it keeps waiting while the resource is held.
-  EXPECT_FALSE(Await([&] {
-    events.Read();
-    return events.Ended(id);
-  }, 3));
+  EXPECT_FALSE(events.Until([&] { return events.Ended(id); }, 3));
   EXPECT_FALSE(std::filesystem::exists(made));
   SRM_Release("plate-7");
-  ASSERT_TRUE(Await([&] {
-    events.Read();
-    return events.Ended(id);
-  }));
+  ASSERT_TRUE(events.Until([&] { return events.Ended(id); }));
   EXPECT_EQ(events.Last(id), CCtypes_Done);
   EXPECT_TRUE(std::filesystem::exists(made));
 
@@ -231,10 +230,7 @@ TEST(Queue, AResourceHeldElsewhereKeepsAJobWaitingUntilItIsFree) {
                                     [](CCjobBase_Job job) { CCjob_InheritResource(job, "plate-8"); });
   EXPECT_EQ(SRM_UseCount("plate-8"), 0) << "the submitter let go";
   EXPECT_FALSE(SRM_Reserve("plate-8", false)) << "the server holds it for the job";
-  ASSERT_TRUE(Await([&] {
-    events.Read();
-    return events.Ended(passed);
-  }));
+  ASSERT_TRUE(events.Until([&] { return events.Ended(passed); }));
   ASSERT_TRUE(Await([] { return SRM_Reserve("plate-8", false); }, 30)) << "the job's end gave it back";
   SRM_Release("plate-8");
 }
@@ -275,16 +271,20 @@ TEST(Queue, ListenersSeeTheQueueAndFailedJobsStayUntilDeleted) {
   const std::string fine = Submit("true", "listen", false);
   SClient listener = CCclient_ConnectListener("");
   std::vector<CCevent_Event> seen;
-  auto read = [&] {
-    CCclient_AwaitEvent(listener, 200);
-    CCevent_Event e;
-    while (CCclient_ReceiveEvent(listener, e)) seen.push_back(e);
+  // Reads events until `done` holds of what was read.
+  auto heard = [&](const std::function<bool()>& done) {
+    for (const auto end = Clock::now() + std::chrono::seconds(120); Clock::now() < end;) {
+      CCclient_AwaitEvent(listener, 200);
+      for (CCevent_Event e; CCclient_ReceiveEvent(listener, e);) seen.push_back(e);
+      if (done()) return true;
+    }
+    return false;
   };
   // A new listener hears the queue as it stands, then its workers.
-  ASSERT_TRUE(Await([&] {
-    read();
-    return !seen.empty() && seen.back().type == CCevent_Cluster && seen.back().kind == CCevent_WorkerStatus;
-  }));
+  const auto lastIs = [&](std::uint8_t type, std::uint32_t kind) {
+    return !seen.empty() && seen.back().type == type && seen.back().kind == kind;
+  };
+  ASSERT_TRUE(heard([&] { return lastIs(CCevent_Cluster, CCevent_WorkerStatus); }));
   ASSERT_GE(seen.size(), 6U);
   EXPECT_EQ(seen[0].kind, CCevent_QueueReset);
   EXPECT_EQ(seen[1].queueStatus, CCtypes_QueueStopped);
@@ -295,11 +295,8 @@ TEST(Queue, ListenersSeeTheQueueAndFailedJobsStayUntilDeleted) {
   EXPECT_EQ(seen.back().workerStatus, 1);
 
   // Raised, the second goes first.
-  StrVector ids = StrVector_Create();
-  StrVector_AddElement(ids, fine);
-  ASSERT_TRUE(CCclient_JobCommand(client, 2, ids, false));
-  ASSERT_TRUE(Await([&] {
-    read();
+  ASSERT_TRUE(Command(2, fine, false));
+  ASSERT_TRUE(heard([&] {
     for (const CCevent_Event& e : seen)
       if (e.type == CCevent_Job && e.kind == CCevent_PositionChanged) position[e.id] = e.queuePosition;
     return position[fine] == 1 && position[failing] == 2;
@@ -313,10 +310,7 @@ TEST(Queue, ListenersSeeTheQueueAndFailedJobsStayUntilDeleted) {
       count += e.type == CCevent_Job && e.kind == CCevent_JobAdded && e.inFailedQueue && failing == e.id ? 1 : 0;
     return count;
   };
-  ASSERT_TRUE(Await([&] {
-    read();
-    return failedAdded() == 1;
-  }));
+  ASSERT_TRUE(heard([&] { return failedAdded() == 1; }));
   CCjobBase_Job job = nullptr;
   ASSERT_TRUE(CCclient_GetJobInfos(client, failing, job));
   EXPECT_EQ(CCjobBase_GetStatus(job), CCtypes_Failed);
@@ -326,49 +320,30 @@ TEST(Queue, ListenersSeeTheQueueAndFailedJobsStayUntilDeleted) {
   CCjob_Destroy(job);
 
   // Put back, it runs (and fails) again; deleted, it is gone.
-  StrVector_Destroy(ids);
-  ids = StrVector_Create();
-  StrVector_AddElement(ids, failing);
-  ASSERT_TRUE(CCclient_JobCommand(client, 0, ids, true));
-  ASSERT_TRUE(Await([&] {
-    read();
-    return failedAdded() == 2;
-  }));
-  ASSERT_TRUE(CCclient_JobCommand(client, 1, ids, true));
-  ASSERT_TRUE(Await([&] {
-    read();
-    return seen.back().type == CCevent_Job && seen.back().kind == CCevent_JobRemoved && seen.back().inFailedQueue;
-  }));
+  ASSERT_TRUE(Command(0, failing, true));
+  ASSERT_TRUE(heard([&] { return failedAdded() == 2; }));
+  ASSERT_TRUE(Command(1, failing, true));
+  ASSERT_TRUE(heard([&] { return lastIs(CCevent_Job, CCevent_JobRemoved) && seen.back().inFailedQueue; }));
   EXPECT_FALSE(CCclient_GetJobInfos(client, failing, job));
-  StrVector_Destroy(ids);
   SClient_CloseConn(listener);
 }
 
 TEST(Queue, RunningJobsEndWhenDeletedAndAtTheirTimeOut) {
   JobEvents events("cancel");
   const std::string deleted = Submit("sleep 60", "cancel");
-  ASSERT_TRUE(Await([&] {
-    events.Read();
-    return events.Last(deleted) == CCtypes_Running;
-  }));
+  ASSERT_TRUE(events.Until([&] { return events.Last(deleted) == CCtypes_Running; }));
   // The worker is stopped: the server does not wait for it, and the job
   // ends once the worker goes on.
   ASSERT_EQ(::kill(worker, SIGSTOP), 0);
-  StrVector ids = StrVector_Create();
-  StrVector_AddElement(ids, deleted);
   const auto asked = Clock::now();
-  const bool commanded = CCclient_JobCommand(JobEvents::Client(), 1, ids, false);
+  const bool commanded = Command(1, deleted, false);
   const auto took = Clock::now() - asked;
   ::kill(worker, SIGCONT);
-  StrVector_Destroy(ids);
   ASSERT_TRUE(commanded);
   EXPECT_LT(took, std::chrono::milliseconds(1000));
   const std::string late = Submit("sleep 60", "cancel", true, [](CCjobBase_Job job) { CCjobBase_SetTimeout(job, 1); });
   // Both end well before their commands would.
-  ASSERT_TRUE(Await([&] {
-    events.Read();
-    return events.Ended(deleted) && events.Ended(late);
-  }, 40));
+  ASSERT_TRUE(events.Until([&] { return events.Ended(deleted) && events.Ended(late); }, 40));
   EXPECT_EQ(events.Last(deleted), CCtypes_Canceled);
   EXPECT_EQ(events.Last(late), CCtypes_Canceled);
 }
@@ -376,10 +351,7 @@ TEST(Queue, RunningJobsEndWhenDeletedAndAtTheirTimeOut) {
 TEST(Queue, AJobWhoseShellDiedWithItsWorkerIsReportedFailed) {
   JobEvents events("orphan");
   const std::string id = Submit("sleep 60", "orphan");
-  ASSERT_TRUE(Await([&] {
-    events.Read();
-    return events.Last(id) == CCtypes_Running;
-  }));
+  ASSERT_TRUE(events.Until([&] { return events.Last(id) == CCtypes_Running; }));
   // Worker and job are killed together: nobody can tell how the job went.
   const std::string record =
       site->Path() + "/dat/CCworker-" + std::string(::getenv("TV_CCWORKER_PORT")) + "/" + id + ".job";
@@ -392,10 +364,7 @@ TEST(Queue, AJobWhoseShellDiedWithItsWorkerIsReportedFailed) {
   StopService(worker, SIGKILL);
   ::kill(-process, SIGKILL);
   StartWorker();
-  ASSERT_TRUE(Await([&] {
-    events.Read();
-    return events.Ended(id);
-  }));
+  ASSERT_TRUE(events.Until([&] { return events.Ended(id); }));
   EXPECT_EQ(events.Last(id), CCtypes_Failed);
   CCjobBase_Job job = nullptr;
   ASSERT_TRUE(CCclient_GetJobInfos(JobEvents::Client(), id, job));
@@ -410,12 +379,8 @@ TEST(Queue, AJobWhoseShellDiedWithItsWorkerIsReportedFailed) {
 TEST(Queue, BadRequestsAndDyingClientsLeaveTheServerServing) {
   SClient client = JobEvents::Client();
   // Bytes of no request at all: the server drops that line and goes on.
-  const int raw = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(::getenv("TV_CCSERVER_PORT"))));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  ASSERT_EQ(::connect(raw, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  const int raw = ConnectFrom("127.0.0.1", std::stoi(::getenv("TV_CCSERVER_PORT")));
+  ASSERT_GE(raw, 0);
   const char garbage[] = "A\x7f\xff\xff\xffZZZZ\nGET / HTTP/1.0\r\n\r\n";
   ASSERT_GT(::write(raw, garbage, sizeof garbage), 0);
   ::close(raw);
@@ -467,12 +432,7 @@ TEST(Queue, RestrictionsLetNoMoreRunTogetherThanTheirLimit) {
     ids.push_back(StrIn(id).Str());
     CCjob_Destroy(job);
   }
-  ASSERT_TRUE(Await([&] {
-    events.Read();
-    for (const std::string& id : ids)
-      if (!events.Ended(id)) return false;
-    return true;
-  }));
+  ASSERT_TRUE(events.Until([&] { return events.AllEnded(ids); }));
   const std::vector<std::string> lines = Lines(log);
   ASSERT_EQ(lines.size(), 8U);
   for (std::size_t i = 0; i < lines.size(); ++i) EXPECT_EQ(lines[i], i % 2 == 0 ? "start" : "end") << i;
@@ -490,16 +450,11 @@ TEST(Queue, AWorkerTakesSeveralJobsAtOnceWithinItsSlots) {
   for (int i = 0; i < 12; ++i) {
     const bool high = i % 2 == 0;
     const std::string kind = high ? "h" : "f";
-    ids.push_back(Submit("echo +" + kind + " >> " + log + "; sleep 0.3; echo -" + kind + " >> " + log, "slots", true,
+    ids.push_back(Submit("echo +" + kind + " >> " + log + "; sleep 1; echo -" + kind + " >> " + log, "slots", true,
                          [high](CCjobBase_Job job) { CCjob_SetCpuUsage(job, high ? CCtypes_CpuHigh : CCtypes_CpuFree); }));
   }
   ASSERT_TRUE(CCclient_SetQueueStatus(client, CCtypes_QueueRunning));
-  ASSERT_TRUE(Await([&] {
-    events.Read();
-    for (const std::string& id : ids)
-      if (!events.Ended(id)) return false;
-    return true;
-  }));
+  ASSERT_TRUE(events.Until([&] { return events.AllEnded(ids); }));
   int high = 0, all = 0, mostHigh = 0, most = 0;
   for (const std::string& line : Lines(log)) {
     const int step = line[0] == '+' ? 1 : -1;
@@ -609,10 +564,7 @@ TEST(Queue, AListenerThatStopsReadingHoldsNoOneUpAndGoes) {
   }
   EXPECT_LT(ids.size(), 3000U) << "the listener that does not read stays";
   EXPECT_LT(slowest, 2.0) << "a request waited for the listener that does not read";
-  EXPECT_TRUE(Await([&] {
-    events.Read();
-    return std::all_of(ids.begin(), ids.end(), [&](const std::string& id) { return events.Ended(id); });
-  }));
+  EXPECT_TRUE(events.Until([&] { return events.AllEnded(ids); }));
   std::cerr << ids.size() << " jobs until dropped, slowest request " << slowest << " s\n";
   SClient_CloseConn(stuck);
 }

@@ -20,6 +20,7 @@
 #include "manager/WFshow.h"
 #include "manager/WFstatus.h"
 #include "tests/frontends/FEtestModule.h"
+#include "tests/manager/GraphCells.h"
 #include "tests/support/TestFiles.h"
 #include "tests/toolkit/XUser.h"
 #include "tests/toolkit/XvfbServer.h"
@@ -119,10 +120,7 @@ class EditMode : public ::testing::Test {
   unsigned long Pixel(int x, int y) { return user_.Pixel(draw_, x, y); }
   // The inner ring of a folder's frame, at its four sides.
   bool FrameOf(WFfolder folder, unsigned long colour) {
-    int column, row, firstColumn, firstRow;
-    WFshow_GetCell(view_, folder, column, row);
-    WFshow_GetFirst(view_, firstColumn, firstRow);
-    const int x = (column - firstColumn) * 61 + 10, y = WFshow_GetPanelHeight(view_) + (row - firstRow) * 46 + 1;
+    const auto [x, y] = FrameCorner(view_, folder);
     return Pump([&] {
       return Pixel(x + 20, y + 1) == colour && Pixel(x + 1, y + 20) == colour && Pixel(x + 39, y + 20) == colour &&
              Pixel(x + 20, y + 39) == colour;
@@ -268,13 +266,6 @@ class EditParams : public EditMode {
     IReplay_Stop();
     EditMode::TearDown();
   }
-  // The middle of a folder's icon, from the grid's geometry.
-  std::pair<int, int> Middle(WFfolder folder) {
-    int column, row, firstColumn, firstRow;
-    WFshow_GetCell(view_, folder, column, row);
-    WFshow_GetFirst(view_, firstColumn, firstRow);
-    return {(column - firstColumn) * 61 + 10 + 20, WFshow_GetPanelHeight(view_) + (row - firstRow) * 46 + 1 + 20};
-  }
   // The replay that answers the next dialogs.
   void Answer(const std::string& lines, int waitMs = 10000) {
     PutFile(site->Path() + "/replay.log", lines);
@@ -285,7 +276,7 @@ class EditParams : public EditMode {
   }
   // Button 1 pressed on the icon, moved by (dx, dy) and released.
   void Press(WFfolder folder, int dx, int dy) {
-    const auto [x, y] = Middle(folder);
+    const auto [x, y] = IconMiddle(view_, folder);
     user_.MoveTo(draw_, x, y);
     user_.Button(1, true);
     user_.MoveTo(draw_, x + dx, y + dy);
@@ -315,7 +306,7 @@ TEST_F(EditParams, AClickOpensTheParametersAndEightStepsCanBeTakenBack) {
   for (int i = 1; i <= 9; ++i) {
     Answer(OkWithCount(10 + i));
     if (i == 2) Press(rename_, 20, 0);
-    else user_.ClickAt(draw_, Middle(rename_).first, Middle(rename_).second);
+    else user_.ClickAt(draw_, IconMiddle(view_, rename_).first, IconMiddle(view_, rename_).second);
     ASSERT_TRUE(RunLoop([&] { return !IReplay_Running() && Count(rename_) == 10 + i; })) << i;
     EXPECT_EQ(WFshow_UndoCount(view_), std::min<std::size_t>(i, 8)) << i;
   }

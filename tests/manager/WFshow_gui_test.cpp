@@ -17,6 +17,7 @@
 
 #include "base/Messages.h"
 #include "manager/WFstatus.h"
+#include "tests/manager/GraphCells.h"
 #include "tests/support/TestFiles.h"
 #include "tests/toolkit/XUser.h"
 #include "tests/toolkit/XvfbServer.h"
@@ -210,14 +211,7 @@ class GraphTest : public ::testing::Test {
     EXPECT_TRUE(WFshow_GetCell(view_, f_.at(name), column, row)) << name;
     return {column, row};
   }
-  // The lower left corner of a folder's frame by the grid's geometry: 61
-  // pixels a column from 10, 46 a row from just above the panel.
-  std::pair<int, int> Corner(const std::string& name) {
-    const auto [column, row] = Cell(name);
-    int firstColumn, firstRow;
-    WFshow_GetFirst(view_, firstColumn, firstRow);
-    return {(column - firstColumn) * 61 + 10, WFshow_GetPanelHeight(view_) + (row - firstRow) * 46 + 1};
-  }
+  std::pair<int, int> Corner(const std::string& name) { return FrameCorner(view_, f_.at(name)); }
   unsigned long Pixel(int x, int y) { return user_.Pixel(draw_, x, y); }
   // The rings of the frame: the colour inside, half way to white outside.
   bool FrameOf(const std::string& name, unsigned r, unsigned g, unsigned b) {

@@ -27,6 +27,7 @@
 #include "manager/Floatdeck.h"
 #include "manager/WFshow.h"
 #include "manager/WFstatus.h"
+#include "tests/manager/GraphCells.h"
 #include "tests/support/FlowSite.h"
 #include "tests/support/TestFiles.h"
 #include "tests/toolkit/XUser.h"
@@ -151,14 +152,6 @@ class Content : public ::testing::Test {
     WFfolder_GetPath(folder, path);
     return StrIn(path).Str();
   }
-  // The middle of a folder's icon, by the grid's geometry: 61 pixels a
-  // column from 10, 46 a row from just above the panel, a box of 41.
-  std::pair<int, int> IconMiddle(WFfolder folder) {
-    int column, row, firstColumn, firstRow;
-    EXPECT_TRUE(WFshow_GetCell(view_, folder, column, row));
-    WFshow_GetFirst(view_, firstColumn, firstRow);
-    return {(column - firstColumn) * 61 + 10 + 20, WFshow_GetPanelHeight(view_) + (row - firstRow) * 46 + 1 + 20};
-  }
   Widget Graph() { return I_AccessWidget(graph_, 999); }
   static I_Context Window() { return WFstatus_FolderContentContext(); }
 
@@ -246,18 +239,18 @@ TEST_F(Content, AClickOpensTheFolderAndTheLoggedLineOpensItAgain) {
   fs::remove(log);
   ASSERT_TRUE(WtGuiLog_Open(log));
   // A press that leaves the cell before the release opens nothing.
-  auto [x, y] = IconMiddle(ren_);
+  auto [x, y] = IconMiddle(view_, ren_);
   user_.MoveTo(Graph(), x, y);
   user_.Button(1, true);
   user_.MoveTo(Graph(), x + 45, y);
   user_.Button(1, false);
   // Nor does the log folder, which has no content.
-  std::tie(x, y) = IconMiddle(lg_);
+  std::tie(x, y) = IconMiddle(view_, lg_);
   user_.ClickAt(Graph(), x, y);
   ASSERT_TRUE(Loop([&] { return FileText(log).find(" 0\n") != std::string::npos; }));
   EXPECT_FALSE(WFstatus_FolderContentShown());
   // A click on the Rename folder opens its content and is logged.
-  std::tie(x, y) = IconMiddle(ren_);
+  std::tie(x, y) = IconMiddle(view_, ren_);
   user_.ClickAt(Graph(), x, y);
   ASSERT_TRUE(Loop([] { return WFstatus_FolderContentShown(); }));
   EXPECT_EQ(WFstatus_ContentDirectory(), dir_);

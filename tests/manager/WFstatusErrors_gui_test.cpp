@@ -30,6 +30,7 @@
 #include "toolkit/ITxtView.h"
 #include "toolkit/WtEvents.h"
 // Xlib last: its macros would hide names of the headers above.
+#include "tests/toolkit/TopLevel.h"
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
@@ -193,22 +194,6 @@ int ViewerOf(const std::string& image) {
   return -1;
 }
 
-// The top-level window whose name holds `text`; 0 when there is none.
-Window WindowNamed(Display* d, const std::string& text) {
-  Window rootWindow, parent, *children = nullptr;
-  unsigned count = 0;
-  Window found = 0;
-  XQueryTree(d, DefaultRootWindow(d), &rootWindow, &parent, &children, &count);
-  for (unsigned i = 0; i < count && found == 0; ++i) {
-    char* name = nullptr;
-    if (XFetchName(d, children[i], &name) && name != nullptr && std::string(name).find(text) != std::string::npos)
-      found = children[i];
-    if (name != nullptr) XFree(name);
-  }
-  if (children != nullptr) XFree(children);
-  return found;
-}
-
 unsigned long PixelOf(Display* d, Window w, int x, int y) {
   XImage* image = XGetImage(d, w, x, y, 1, 1, AllPlanes, ZPixmap);
   const unsigned long p = XGetPixel(image, 0, 0) & 0xFFFFFF;
@@ -267,7 +252,7 @@ TEST(Viewers, TextImagePdf) {
   XUser user;
   Display* d = user.display();
   Window shown = 0;
-  ASSERT_TRUE(Rounds([&] { return (shown = WindowNamed(d, image)) != 0; }));
+  ASSERT_TRUE(Rounds([&] { return (shown = TopLevelTitled(d, image)) != 0; }));
   XWindowAttributes at;
   bool red = false, blue = false;
   const auto picture = [&] {
@@ -282,7 +267,7 @@ TEST(Viewers, TextImagePdf) {
   WriteRedOverBlue(dir + "/partner.tif", 50, 50);
   ASSERT_TRUE(WFstatus_DisplayCTLW(dir, image, "partner.tif", WFstatus_displayQuick));
   Ending pairEnding{dir + "/partner.tif"};
-  EXPECT_TRUE(Rounds([&] { return WindowNamed(d, image + " + partner.tif") != 0; }));
+  EXPECT_TRUE(Rounds([&] { return TopLevelTitled(d, image + " + partner.tif") != 0; }));
   const int pair = ViewerOf(dir + "/partner.tif");
   ASSERT_GT(pair, 0);
   EXPECT_NE(FileText("/proc/" + std::to_string(pair) + "/cmdline").find(std::string("\0-q\0", 4)), std::string::npos);

@@ -13,12 +13,12 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
-#include <thread>
 
 #include "base/Messages.h"
 #include "jobqueue/CCclient.h"
 #include "jobqueue/CCjob.h"
 #include "jobqueue/CCtypes.h"
+#include "tests/support/Await.h"
 #include "tests/support/BatchProgram.h"
 #include "tests/support/TestFiles.h"
 #include "watch/TVWhandled.h"
@@ -29,7 +29,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 
 TempDir*& site = UsePrivateSiteForTests([] {
   InitBatchTestProgram();
@@ -59,14 +58,6 @@ class Queue : public ::testing::Environment {
   }
 };
 const auto* const queue = ::testing::AddGlobalTestEnvironment(new Queue);
-
-bool Await(const std::function<bool()>& done) {
-  for (const auto end = Clock::now() + std::chrono::seconds(60); Clock::now() < end;) {
-    if (done()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
-  return done();
-}
 
 std::string PathOf(WFfolder folder) {
   PathStr path;

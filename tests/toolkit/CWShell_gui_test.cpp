@@ -1,7 +1,7 @@
 // The sample dialog on a private X server: it maps, lies where the layout put
 // it (checked against the server's windows, y upward), redraws on exposure,
-// takes input from the keyboard and mouse of XTest, and closes through the
-// window manager's delete protocol. Run once with the client side fonts and
+// takes input from the keyboard and mouse of XTest, and tells the window
+// manager its protocols, type and state. Run once with the client side fonts and
 // once with TV_DISABLE_XFT in the server's core fonts.
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -33,7 +33,6 @@
 namespace {
 
 std::vector<std::string> reports;
-int closes = 0;
 
 void Report(Widget w, std::uintptr_t name, WidgetValue* value) {
   const std::string text = WtTypes_KindOf(value->widgetType) == WtTypes_kString
@@ -43,20 +42,16 @@ void Report(Widget w, std::uintptr_t name, WidgetValue* value) {
   (void)w;
 }
 
-void Close(Widget, std::uintptr_t) { ++closes; }
-
 class ShellTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_NE(user_, nullptr);
     reports.clear();
-    closes = 0;
     WtSample_Build(s_);
     CWCore_SetCallback(s_.shell, Report, reinterpret_cast<std::uintptr_t>("shell"));
     CWCore_SetCallback(s_.ok, Report, reinterpret_cast<std::uintptr_t>("ok"));
     CWCore_SetCallback(s_.name, Report, reinterpret_cast<std::uintptr_t>("name"));
     CWCore_SetCallback(s_.copies, Report, reinterpret_cast<std::uintptr_t>("copies"));
-    CWShell_SetDelWndCallback(s_.shell, Close, 0);
     CWShell_Popup(s_.shell, 0);
     ASSERT_TRUE(Pump([&] { return static_cast<CWShell>(s_.shell)->exposed; }));
   }
@@ -155,21 +150,13 @@ TEST_F(ShellTest, KeyboardAndMouseReachTheWidgets) {
   EXPECT_TRUE(Pump([&] { return reports.back() == "ok=1"; }));
 }
 
-TEST_F(ShellTest, TheWindowManagersCloseCallsTheCloseCallback) {
-  XEvent x{};
-  x.xclient.type = ClientMessage;
-  x.xclient.window = static_cast<CWShell>(s_.shell)->outerWindow;
-  x.xclient.message_type = XInternAtom(user_, "WM_PROTOCOLS", False);
-  x.xclient.format = 32;
-  x.xclient.data.l[0] = static_cast<long>(XInternAtom(user_, "WM_DELETE_WINDOW", False));
-  x.xclient.data.l[1] = CurrentTime;
-  XSendEvent(user_, x.xclient.window, False, NoEventMask, &x);
-  XFlush(user_);
-  EXPECT_TRUE(Pump([] { return closes == 1; }));
-  // The protocols are registered for the window manager.
+// The protocols are registered for the window manager (what its close
+// message does is WX11Evnt_test's and WtEvents_test's, and the program's
+// close is Floatdeck_gui_test's).
+TEST_F(ShellTest, TheWindowManagerKnowsTheProtocols) {
   Atom* protocols = nullptr;
   int count = 0;
-  ASSERT_TRUE(XGetWMProtocols(user_, x.xclient.window, &protocols, &count));
+  ASSERT_TRUE(XGetWMProtocols(user_, static_cast<CWShell>(s_.shell)->outerWindow, &protocols, &count));
   EXPECT_EQ(count, 2);
   XFree(protocols);
 }

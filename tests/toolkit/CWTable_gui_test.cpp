@@ -97,6 +97,15 @@ class TableTest : public ::testing::Test {
     ASSERT_TRUE(CWTable_RowPlace(w_, row, place));
     ClickAt(place.x + place.width / 2, place.y + place.height / 2, modifier);
   }
+  Regions_Rect Cell(std::size_t row, std::size_t column) {
+    Regions_Rect place;
+    EXPECT_TRUE(CWTable_CellPlace(w_, row, column, place));
+    return place;
+  }
+  void ClickCell(std::size_t row, std::size_t column) {
+    const Regions_Rect place = Cell(row, column);
+    ClickAt(place.x + place.width / 2, place.y + place.height / 2);
+  }
   void ClickAt(int x, int y, unsigned long modifier = 0, int button = 1) { user_.ClickAt(w_, x, y, modifier, button); }
   std::string Selected() {
     std::string names;
@@ -210,11 +219,6 @@ class ProgramTableTest : public TableTest {
     WtToolTip_SetWindowMaker(nullptr);
     TableTest::TearDown();
   }
-  Regions_Rect Cell(std::size_t row, std::size_t column) {
-    Regions_Rect place;
-    EXPECT_TRUE(CWTable_CellPlace(w_, row, column, place));
-    return place;
-  }
   // Whether the middle third of a cell's height has text in the program's red.
   bool HasRedText(const Regions_Rect& cell) {
     for (int y = cell.y + cell.height / 3; y < cell.y + 2 * cell.height / 3; ++y)
@@ -323,11 +327,6 @@ class EditTableTest : public TableTest {
     WtGuiLog_Open("");
     TableTest::TearDown();
   }
-  void ClickCell(std::size_t row, std::size_t column) {
-    Regions_Rect place;
-    ASSERT_TRUE(CWTable_CellPlace(w_, row, column, place));
-    ClickAt(place.x + place.width / 2, place.y + place.height / 2);
-  }
   std::string Log() { return FileText(dir_.Path() + "/gui.log"); }
   TempDir dir_;
 };
@@ -344,8 +343,7 @@ TEST_F(EditTableTest, CellsAreEditedInPlaceAndLogged) {
   EXPECT_EQ(reports, 2);  // the selection, then the edit
   // F2 edits the selected row again: the field is drawn white over the
   // selection's colour. Escape forgets what was typed and takes it away.
-  Regions_Rect cell;
-  ASSERT_TRUE(CWTable_CellPlace(w_, 2, 1, cell));
+  const Regions_Rect cell = Cell(2, 1);
   const auto inCell = [&] { return user_.Pixel(w_, cell.x + cell.width - 4, cell.y + cell.height / 2); };
   user_.Press(XK_F2);
   EXPECT_TRUE(Pump([&] { return inCell() == 0xFFFFFFu; }));
