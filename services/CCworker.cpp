@@ -141,6 +141,7 @@ void Finish(Job& j, std::uint8_t status) {
   j.status = status;
   j.ended = true;
   j.employer->hasWork = true;  // there is room again: ask
+  ++j.employer->news;
   char path[kPathCap];
   CCjobBase_GetProgressFilename(j.job, path);
   if (path[0] != '\0') CCjobDir_Retire(StrIn(path).Str(), true);
@@ -320,6 +321,7 @@ void Announced(const SServer_Request& r) {
   e->workerName = name;
   e->hasWork = waiting > 0;
   e->mustAsk = true;
+  ++e->news;
   e->retryAt = 0;
   SServer_Reply(r.conn, nullptr);
 }

@@ -64,11 +64,13 @@ std::vector<CCjobBase_Job> CCemployer_Peek(CCemployer_Employer* e, std::uint8_t 
                                            const std::vector<std::string>& held, bool& reached) {
   reached = Reach(e);
   if (!reached) return {};
+  const std::uint64_t news = e->news;
   std::vector<CCjobBase_Job> jobs = CCclient_PeekJobs(e->conn, e->workerName, cpuUsages, held, count);
   reached = SClient_IsConnected(e->conn);
+  if (!reached || e->news != news) return jobs;
   // (An older server hands one at a time: only none tells that none waits.)
-  if (jobs.empty() && reached && cpuUsages != 0) e->hasWork = false;
-  if (reached) e->mustAsk = false;
+  if (jobs.empty() && cpuUsages != 0) e->hasWork = false;
+  e->mustAsk = false;
   return jobs;
 }
 

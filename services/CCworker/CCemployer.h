@@ -19,6 +19,10 @@ struct CCemployer_Employer {
   std::string workerName;  // the name the server knows this worker by
   bool hasWork = false;    // it said jobs wait, and the last ask found one
   bool mustAsk = false;    // it announced itself: ask once, room or not, telling what we hold
+  // Counts the news that set the two above (an announcement, room freed). An
+  // ask's answer clears them only when none came while it was on its way: an
+  // announcement served during our own ask came after the answer was made.
+  std::uint64_t news = 0;
   SClient conn = nullptr;
   std::int64_t retryAt = 0;  // steady milliseconds
 };
