@@ -196,6 +196,7 @@ int ViewerOf(const std::string& image) {
 
 unsigned long PixelOf(Display* d, Window w, int x, int y) {
   XImage* image = XGetImage(d, w, x, y, 1, 1, AllPlanes, ZPixmap);
+  if (image == nullptr) return ~0UL;  // the window is gone
   const unsigned long p = XGetPixel(image, 0, 0) & 0xFFFFFF;
   XDestroyImage(image);
   return p;
