@@ -204,12 +204,15 @@ void Report() {
   }
 }
 
+// Whether the job's server answered the report of its end.
+bool EndHeard(const Job& j) { return j.reportedOn != 0 && CCemployer_Heard(j.employer, j.reportedOn); }
+
 // A job is forgotten once its server answered the report; one told over a
 // connection that broke since is told again.
 void Forget() {
   for (auto at = jobs.begin(); at != jobs.end();) {
     Job& j = *at->second;
-    if (j.reportedOn != 0 && CCemployer_Heard(j.employer, j.reportedOn)) {
+    if (EndHeard(j)) {
       CCjobDir_Remove(j.id);
       at = jobs.erase(at);
       continue;
@@ -230,8 +233,11 @@ void Start(CCemployer_Employer* e, CCjobBase_Job job) {
   j->id = StrIn(id).Str();
   // A job a worker before us took but never started was handed back
   // ("waiting"); its server may give it to us again before it answered that.
+  // One whose end its server heard comes again as a new run (put back from
+  // the failed list), maybe before we forgot the old one.
   const auto known = jobs.find(j->id);
-  if (known != jobs.end() && known->second->ended && known->second->status == CCtypes_Waiting) {
+  if (known != jobs.end() && known->second->ended &&
+      (known->second->status == CCtypes_Waiting || EndHeard(*known->second))) {
     CCjobDir_Remove(j->id);
     jobs.erase(known);
   }
